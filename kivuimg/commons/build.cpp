@@ -1,0 +1,1 @@
+#include "kivuimg/commons/build.h"

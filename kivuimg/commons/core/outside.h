@@ -1,0 +1,21 @@
+// TOutside: a buffer laid over memory that somebody else owns.  It never
+// grows past the size it was given and never frees the memory.
+#pragma once
+
+#include "kivuimg/commons/core/buffer.h"
+
+namespace kivu {
+
+class TOutside : public TBuffer {
+public:
+    TOutside(uint8_t* p, uint64_t n);
+    // The other constructors exist only to refuse.
+    TOutside(uint64_t reserve, uint64_t hint);
+    explicit TOutside(std::span<const uint8_t> source);
+    explicit TOutside(const TMemory& source);
+    ~TOutside() override;
+
+    void freeMem() override;
+};
+
+}  // namespace kivu

@@ -1,0 +1,83 @@
+// TImageFormat: the abstract image.  An image is a cursor over the TBuffer
+// that holds its file, and owns that buffer.  The host and the registry deal
+// with images only through this contract.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kivuimg/commons/consts.h"
+#include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/core/reader.h"
+#include "kivuimg/commons/linksrcid.h"
+#include "kivuimg/img/rawfont.h"
+
+namespace kivu {
+
+class TObjects;
+struct SGradient;
+
+// Images whose pixel count exceeds this limit are refused by every format.
+uint64_t maxImagePixels();
+void maxImagePixels(uint64_t limit);
+// Raises "Image of %u x %u pixels exceeds the limit of %llu pixels" when
+// width x height is above the limit.
+void checkPixelCount(uint64_t width, uint64_t height);
+
+class TImageFormat : public TReader {
+public:
+    explicit TImageFormat(std::unique_ptr<TBuffer> buffer);
+    ~TImageFormat() override;
+
+    virtual std::string src() const { return src_; }
+    virtual void src(const std::string& s) { src_ = s; }
+    virtual std::string ext() const = 0;
+    virtual bool has2Pass() { return false; }
+    virtual std::vector<SRawFont> getRawFonts() { return {}; }
+    virtual void setFont(const SRawFont&) {}
+    virtual void addSubImageSource(const std::string&) {}
+    virtual void swapSubImage(const std::string&, const std::string&) {}
+    virtual std::vector<std::string> getSubImageSources() { return {}; }
+    virtual void setSubImageIds(const std::vector<SLinkSrcId>&) {}
+    virtual bool hasMask() { return false; }
+    virtual ColorSpace colorSpace() { return csAuto; }
+    virtual void readSpecs() = 0;
+    virtual std::vector<SGradient> getGradiens();
+    // Adds the main object to `objects` and answers its number.  Throws to the host.
+    virtual uint64_t addObjectSpecs(TObjects* objects, const std::string& name, std::vector<SGradient>* gradients,
+                                    ColorSpace space, ConvertImages convert) = 0;
+    virtual void addObjectMask(TObjects*) {}
+    virtual void addObjectPalette(TObjects*) {}
+    virtual bool isIndexed() { return false; }
+    virtual int width() { return width_; }
+    virtual int height() { return height_; }
+    virtual int origWidth() { return width(); }
+    virtual int origHeight() { return height(); }
+    virtual int positionX() { return 0; }
+    virtual int positionY() { return 0; }
+    virtual bool isFormObject() { return false; }
+    // A new image over a copy of the bytes, specs read; null by default.
+    virtual std::unique_ptr<TImageFormat> getCopy() { return nullptr; }
+    virtual float minPDFVer() { return minVersion_; }
+
+    int bitsPerComponent() const { return bitsPerComponent_; }
+    int components() const { return components_; }
+    TBuffer* buffer() const { return buffer_.get(); }
+
+protected:
+    std::unique_ptr<TBuffer> copyBuffer() const;
+
+    std::unique_ptr<TBuffer> buffer_;
+    std::string src_;
+    int32_t width_ = 0;
+    int32_t height_ = 0;
+    int32_t bitsPerComponent_ = 0;
+    int32_t components_ = 0;
+    float minVersion_ = std::numeric_limits<float>::quiet_NaN();
+};
+
+}  // namespace kivu

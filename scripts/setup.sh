@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build, the tests and the demo need.
+# Runs `apt-get update` once, and only when something is missing.
+set -euo pipefail
+
+PKGS=(
+  build-essential cmake pkg-config
+  libxml2-dev libjpeg62-turbo-dev zlib1g-dev libcurl4-openssl-dev
+  libpcre2-dev nlohmann-json3-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  qpdf poppler-utils python3-pil
+  clang libclang-rt-dev
+  libwmf-bin librsvg2-bin
+)
+
+missing=()
+for p in "${PKGS[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+echo "setup: installing ${missing[*]}"
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
