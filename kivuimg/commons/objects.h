@@ -49,6 +49,7 @@ public:
     virtual SArgs& args(const std::string& name);
     // PDF names, printed as one line: {"Type", "XObject"} gives "/Type /XObject".
     virtual void args(const std::vector<std::string>& list);
+    void args(std::initializer_list<std::string> list) { args(std::vector<std::string>(list)); }
     // A private copy of the bytes, with the filter name ("" = compress on output).
     virtual void setStream(const TMemory* data, const std::string& filter);
     virtual std::unique_ptr<TMemory> toPDF() = 0;

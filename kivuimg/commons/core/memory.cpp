@@ -1,0 +1,224 @@
+#include "kivuimg/commons/core/memory.h"
+
+#include <zlib.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/funcs.h"
+
+namespace kivu {
+
+TMemory::TMemory(uint64_t reserve, uint64_t hint) : reserveStep_(reserve), blockHint_(hint) { TMemory::freeMem(); }
+
+TMemory::TMemory(std::span<const uint8_t> source) : reserveStep_(48), blockHint_(8192) {
+    if (!source.empty()) {
+        reserveStep_ = source.size();
+        _reinit(source.size());
+        addBytes(source);
+    }
+}
+
+TMemory::TMemory(const TMemory& source) : TMemory(source.pointChunk(0, 0)) {}
+
+TMemory::TMemory(uint8_t* p, uint64_t n) : reserveStep_(48), foreign_(true), data_(p), used_(n) {}
+
+TMemory::~TMemory() { releaseBlock(); }
+
+void TMemory::releaseBlock() {
+    if (!foreign_ && data_) std::free(data_);
+    data_ = nullptr;
+    used_ = 0;
+    allocated_ = 0;
+}
+
+void TMemory::freeMem() { releaseBlock(); }
+
+void TMemory::backward(uint64_t n) {
+    if (n <= used_ && used_ - n != 0) used_ -= n;
+}
+
+std::string TMemory::MD5() const { return md5(bytes()); }
+
+bool TMemory::addFormat(const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    const std::string s = vsformat(fmt, args);
+    va_end(args);
+    return addChars(s);
+}
+
+bool TMemory::addByteSlow(uint8_t b) {
+    if (foreign_) return false;
+    if (!_reserveMem(0)) return false;
+    data_[used_++] = b;
+    return true;
+}
+
+bool TMemory::addBytesSlow(std::span<const uint8_t> s) {
+    if (foreign_ || s.empty()) return false;
+    if (!_reserveMem(s.size())) return false;
+    std::memcpy(data_ + used_, s.data(), s.size());
+    used_ += s.size();
+    return true;
+}
+
+bool TMemory::_reserveMem(uint64_t extra) {
+    const uint64_t needed = used_ + extra;
+    if (needed < allocated_) return true;
+    if (maxSize_ != 0) {
+        if (needed <= maxSize_) return true;
+        throw KivuException("Memory buffer is full, reserve more memory in settings.");
+    }
+    const uint64_t step = extra ? extra : reserveStep_;
+    if (!data_) {
+        // The first block has one step of slack beyond the request.
+        const uint64_t first = extra + (reserveStep_ ? reserveStep_ : 48);
+        data_ = static_cast<uint8_t*>(std::malloc(first));
+        if (!data_) return false;
+        allocated_ = first;
+        return true;
+    }
+    // Growth adds at least the request or one step; it also grows by half of
+    // the block so that long runs of small appends stay linear in their length.
+    uint64_t target = allocated_ + step;
+    if (target < needed + 1) target = needed + 1;
+    const uint64_t geometric = allocated_ + allocated_ / 2;
+    if (target < geometric) target = geometric;
+    auto* grown = static_cast<uint8_t*>(std::realloc(data_, target));
+    if (!grown) {
+        freeMem();
+        return false;
+    }
+    data_ = grown;
+    allocated_ = target;
+    return true;
+}
+
+bool TMemory::_reinit(uint64_t n) {
+    freeMem();
+    if (n == 0) return true;
+    data_ = static_cast<uint8_t*>(std::malloc(n));
+    if (!data_) return false;
+    // The block counts as empty: the next reservation may resize it.
+    allocated_ = n;
+    return true;
+}
+
+std::vector<uint8_t> TMemory::getChunk(uint64_t from, uint64_t n) const {
+    auto view = pointChunk(from, n);
+    return std::vector<uint8_t>(view.begin(), view.end());
+}
+
+std::span<const uint8_t> TMemory::pointChunk(uint64_t from, uint64_t n) const {
+    if (from >= used_) return {};
+    const uint64_t avail = used_ - from;
+    if (n == 0 || n > avail) n = avail;
+    return std::span<const uint8_t>(data_ + from, n);
+}
+
+uint8_t* TMemory::copyChunk() const {
+    if (!used_) return nullptr;
+    auto* p = static_cast<uint8_t*>(std::malloc(used_));
+    if (p) std::memcpy(p, data_, used_);
+    return p;
+}
+
+std::string TMemory::to_string() const { return used_ ? std::string(view()) : std::string(); }
+
+std::vector<uint8_t> TMemory::_comp(std::span<const uint8_t> data, int level) {
+    const uint64_t n = data.size();
+    uLongf outLen = static_cast<uLongf>(n + ((n + 1023) >> 10) + 12);
+    if (compressBound(static_cast<uLong>(n)) > outLen) outLen = compressBound(static_cast<uLong>(n));
+    std::vector<uint8_t> out(outLen);
+    const int rc = compress2(out.data(), &outLen, data.data(), static_cast<uLong>(n), level);
+    if (rc != Z_OK) throw KivuException("Error: _comp");
+    out.resize(outLen);
+    return out;
+}
+
+std::vector<uint8_t> TMemory::_uncomp(std::span<const uint8_t> data, uint64_t destLength, int winbits,
+                                      uint64_t limit) {
+    constexpr uint64_t kMax32 = std::numeric_limits<uint32_t>::max();
+    if (data.size() > kMax32) throw KivuException("Conversion positive overflow");
+    z_stream zs{};
+    int rc = inflateInit2(&zs, winbits);
+    if (rc != Z_OK) throwf("Error: %d", rc);
+    uint64_t outLen = destLength ? destLength : 2 * data.size() + 1;
+    if (limit && outLen > limit + 1) outLen = limit + 1;
+    std::vector<uint8_t> out(outLen);
+    zs.next_in = const_cast<Bytef*>(data.data());
+    zs.avail_in = static_cast<uInt>(data.size());
+    uint64_t done = 0;
+    for (;;) {
+        const uint64_t window = out.size() - done;
+        if (window > kMax32) {
+            inflateEnd(&zs);
+            throw KivuException("Conversion positive overflow");
+        }
+        zs.next_out = out.data() + done;
+        zs.avail_out = static_cast<uInt>(window);
+        rc = inflate(&zs, Z_NO_FLUSH);
+        done = zs.total_out;
+        if (rc == Z_OK || (rc == Z_BUF_ERROR && zs.avail_out == 0)) {
+            if (limit && done > limit) {
+                inflateEnd(&zs);
+                throwf("Inflated data exceeds the expected %llu bytes", static_cast<unsigned long long>(limit));
+            }
+            if (zs.avail_out == 0) {
+                uint64_t grow = out.size() * 2;
+                if (limit && grow > limit + 1) grow = limit + 1;
+                if (grow <= out.size()) grow = out.size() + 1;
+                out.resize(grow);
+            } else if (zs.avail_in == 0) {
+                // The input ended before the stream did.
+                inflateEnd(&zs);
+                throwf("Error: %d", Z_BUF_ERROR);
+            }
+            continue;
+        }
+        if (rc == Z_STREAM_END) {
+            out.resize(zs.total_out);
+            rc = inflateEnd(&zs);
+            if (rc != Z_OK) throwf("Error: %d", rc);
+            if (limit && out.size() > limit)
+                throwf("Inflated data exceeds the expected %llu bytes", static_cast<unsigned long long>(limit));
+            return out;
+        }
+        inflateEnd(&zs);
+        throwf("Error: %d", rc);
+    }
+}
+
+bool TMemory::comp() {
+    if (compressed_) return false;
+    std::vector<uint8_t> z = _comp(bytes(), -1);
+    clear();
+    return addBytes(z);
+}
+
+bool TMemory::uncomp(uint64_t limit) {
+    if (used_ == 0) return false;
+    std::vector<uint8_t> out = _uncomp(bytes(), 0, 15, limit);
+    if (out.size() > used_) {
+        if (!_reinit(out.size() + 1)) return false;
+    }
+    clear();
+    if (out.empty()) return false;
+    return addBytes(out);
+}
+
+std::string TMemory::cleanBase64CodedData(std::string_view data) {
+    const size_t at = data.find("base64,");
+    if (at != std::string_view::npos && at > 0) data = data.substr(at + 7);
+    std::string out;
+    out.reserve(data.size());
+    for (char c : data)
+        if (c != '\t' && c != '\n' && c != '\r' && c != ' ') out += c;
+    return out;
+}
+
+}  // namespace kivu

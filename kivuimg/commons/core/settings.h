@@ -1,0 +1,105 @@
+// TSettings: finds the package home, reads ".conf.json", makes the log and
+// answers where the package's resources lie.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "kivuimg/commons/core/log.h"
+
+namespace kivu {
+
+// One family of the font catalogue with its four styles.
+struct SFontItem {
+    std::string family;
+    std::string normal;
+    std::string bold;
+    std::string italic;
+    std::string boldItalic;
+};
+
+class TSettings {
+public:
+    // An empty path takes the home from KIVU_HOME or the user profile.
+    // A home without ".conf.json" ends the process through g_error.
+    TSettings(const std::string& path, LogOut out, int limit);
+    virtual ~TSettings();
+
+    virtual void initFontsLocation(std::vector<SFontItem>& fonts, const std::map<std::string, std::string>& aliases);
+    virtual std::vector<SFontItem> getFontsCatalog();
+    virtual std::map<std::string, std::string> getFontFamilyAliases();
+    virtual std::string packageHome() const { return home_; }
+    virtual std::string homeDir() const { return home_; }
+    virtual int maxThreads() const { return maxThreads_; }
+    virtual void maxThreads(const std::string& value);
+    virtual int memOptOnEveryPage() const { return memOptOnEveryPage_; }
+    virtual int measurementTimeLimit() const { return timeLimit_; }
+    virtual std::string defaultLanguage() const { return defaultLanguage_; }
+    virtual std::vector<std::string> getFontPaths() const { return {}; }
+    virtual float scaleSmallCaps() const { return scaleSmallCaps_; }
+    virtual std::string outputPath() const { return outputPath_; }
+    virtual std::string logPath() const { return logPath_; }
+    virtual std::unique_ptr<TLog> sessionLog(const std::string& name);
+    virtual std::string xsdSchema() const;
+    virtual TLog* log() const { return log_.get(); }
+    virtual std::string defaultFont() const { return defaultFont_; }
+    virtual int defaultFontNumber() const { return defaultFontNumber_; }
+    virtual float defaultFontSize() const { return defaultFontSize_; }
+    virtual bool isValidPackageFolder(const std::string& folder) const;
+
+    // KIVU_HOME, else the user profile's "Kivu" folder (HOME stands in for
+    // USERPROFILE); neither ends the process through g_error.
+    static std::string resolveHomeFolder();
+    // Parses a JSON file; raises with the file name when it doesn't parse.
+    static nlohmann::json loadJSONData(const std::string& path);
+    // Writes the default ".conf.json" into `home` (default: the resolved
+    // home).  False, with a message on standard error, when one exists.
+    static bool createDefaultConfigFile(const std::string& home = "");
+    // The exact text that createDefaultConfigFile writes.
+    static std::string defaultConfigText();
+    static bool testPackageFolder(const std::string& folder);
+
+    // Folders of the package, each with a trailing separator.
+    static std::string getFontsFolder();
+    static std::string getImagesFolder();
+    static std::string getProfilesFolder();
+    static std::string getHyphenFilesFolder();
+    static std::string getPDFFolder();
+    static std::string getXmlFolder();
+    static std::string fontsCatalogFileName();
+
+private:
+    std::string _resolveOutputPath(const std::string& text) const;
+    std::string _resolveLogPath(const std::string& text) const;
+
+    std::string home_;
+    std::string outputPath_;
+    std::string logPath_;
+    std::string logFile_;
+    std::string defaultLanguage_;
+    std::string defaultFont_ = "helvetica";
+    int defaultFontNumber_ = 9;
+    float defaultFontSize_ = 10;
+    float scaleSmallCaps_ = 0.75f;
+    int maxThreads_ = 1;
+    int memOptOnEveryPage_ = 0;
+    int timeLimit_ = 10;
+    std::unique_ptr<TLog> log_;
+};
+
+// The library's settings; null until the library starts.
+extern TSettings* g_settings;
+
+// Places a file named in a document: "res://" names resolve in the package's
+// resource folder of their class, "url(...)" names are fetched and saved
+// there.  Answers the local path, or "" when it can't be had.
+std::string g_checkFile2Resources(const std::string& name);
+// True when "resources", "logs" and "output" stand beside the path.
+bool g_validatePackagePath(const std::string& path);
+
+}  // namespace kivu

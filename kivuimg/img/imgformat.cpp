@@ -1,0 +1,34 @@
+#include "kivuimg/img/imgformat.h"
+
+#include <atomic>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/graphics/gradient.h"
+
+namespace kivu {
+
+namespace {
+std::atomic<uint64_t> g_maxPixels{1ull << 28};
+}
+
+uint64_t maxImagePixels() { return g_maxPixels.load(); }
+void maxImagePixels(uint64_t limit) { g_maxPixels.store(limit); }
+
+void checkPixelCount(uint64_t width, uint64_t height) {
+    const uint64_t limit = maxImagePixels();
+    if (width && height && (width > limit || height > limit / width))
+        throwf("Image of %llu x %llu pixels exceeds the limit of %llu pixels", static_cast<unsigned long long>(width),
+               static_cast<unsigned long long>(height), static_cast<unsigned long long>(limit));
+}
+
+TImageFormat::TImageFormat(std::unique_ptr<TBuffer> buffer) : TReader(buffer.get()), buffer_(std::move(buffer)) {}
+
+TImageFormat::~TImageFormat() = default;
+
+std::vector<SGradient> TImageFormat::getGradiens() { return {}; }
+
+std::unique_ptr<TBuffer> TImageFormat::copyBuffer() const {
+    return TBuffer::create(buffer_ ? buffer_->pointChunk(0, 0) : std::span<const uint8_t>());
+}
+
+}  // namespace kivu

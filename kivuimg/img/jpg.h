@@ -1,0 +1,22 @@
+// TImageJPG: a JPEG file passes into PDF as it stands (DCTDecode); only its
+// header is read, for size, components and colour space.
+#pragma once
+
+#include "kivuimg/img/imgformat.h"
+
+namespace kivu {
+
+class TImageJPG : public TImageFormat {
+public:
+    using TImageFormat::TImageFormat;
+
+    std::string ext() const override { return "JPG"; }
+    ColorSpace colorSpace() override;
+    // Reads the header through libjpeg; a broken header raises.
+    void readSpecs() override;
+    uint64_t addObjectSpecs(TObjects* objects, const std::string& name, std::vector<SGradient>* gradients,
+                            ColorSpace space, ConvertImages convert) override;
+    std::unique_ptr<TImageFormat> getCopy() override;
+};
+
+}  // namespace kivu

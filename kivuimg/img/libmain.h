@@ -1,0 +1,57 @@
+// The library's entry: the C functions that load, find and copy images,
+// start and stop the library, and the registry of loaded images.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/img/imgformat.h"
+
+namespace kivu {
+
+class TImageJPG;
+class TSettings;
+
+// The registry: every loaded image by its registered name.
+extern std::map<std::string, std::unique_ptr<TImageFormat>> g_imageList;
+
+// The three fallback names; all show the same built-in picture.
+inline constexpr const char* kNotFoundImage = "not-found.jpg";
+inline constexpr const char* kUnsupportedImage = "unsuppored-image.jpg";
+inline constexpr const char* kExceptionImage = "exception-image.jpg";
+
+// A buffer decoded from "id:...;data:image/png;base64,..." text (or plain
+// Base64); `ext` becomes the subtype when the text has that form.
+std::unique_ptr<TBuffer> fromSource(const TMemory& source, std::string& ext);
+// The class for `ext` over the buffer, not yet read; may change `name` to a
+// fallback name.  Null never: unknown formats give the fallback picture.
+std::unique_ptr<TImageFormat> createImage(std::unique_ptr<TBuffer> buffer, const std::string& ext, std::string& name);
+// The built-in fallback picture, not yet read.
+std::unique_ptr<TImageJPG> createUndefinedImage();
+// The Base64 text of the fallback picture.
+const char* undefinedImageBase64();
+
+// Loads (or finds) an image by name; C++ form of libimg_loadImage.
+std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
+
+}  // namespace kivu
+
+extern "C" {
+// Loads an image and answers its registered name (or a fallback name; ""
+// when nothing was registered).  The library takes ownership of `source`,
+// which may be null.  The answer stays valid until the next reset.
+char* libimg_loadImage(const char* name, kivu::TBuffer* source);
+// The registered image, or null.
+kivu::TImageFormat* libimg_getImage(const char* name);
+// A new copy of a registered image that the caller owns (delete it), or null.
+kivu::TImageFormat* libimg_copyImage(const char* name);
+char* libimg_makeColorSpaceModification();
+// Starts the library with a package home and a log output (1 file, 2 stdout, 3 quiet).
+bool libimg_init(const char* home, unsigned int logOut);
+// Destroys all registered images; the settings and the log stay.
+void libimg_resetResources();
+// The same, and destroys the settings.
+void lib_uninit();
+}
