@@ -12,6 +12,7 @@
 #include "kivuimg/commons/core/settings.h"
 #include "kivuimg/commons/funcs.h"
 #include "kivuimg/img/jpg.h"
+#include "kivuimg/img/wmf.h"
 
 namespace kivu {
 
@@ -119,6 +120,7 @@ const std::map<std::string, ImageFactory>& imageFactories() {
     static const std::map<std::string, ImageFactory> factories = {
         {".jpg", &make<TImageJPG>},
         {".jpeg", &make<TImageJPG>},
+        {".wmf", &make<TImageWMF>},
     };
     return factories;
 }
