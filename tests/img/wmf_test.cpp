@@ -1,0 +1,603 @@
+#include "kivuimg/img/wmf.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/indirectobj.h"
+#include "kivuimg/commons/objects.h"
+#include "kivuimg/img/libmain.h"
+
+namespace kivu {
+namespace {
+
+// Builds a metafile byte by byte: an optional placeable header, the 18-byte
+// standard header, then records of 16-bit words.
+class WmfBuilder {
+public:
+    explicit WmfBuilder(bool placeable = false) {
+        if (placeable) {
+            u32(TImageWMF::kPlaceableMark);
+            for (int i = 0; i < 18; ++i) bytes_.push_back(0);  // handle, bbox, inch, reserved, checksum
+        }
+        // type 1, header size 9 words, version 0x0300, then size, objects, max record: not read.
+        for (uint16_t w : {1, 9, 0x0300, 0, 0, 0, 0, 0, 0}) u16(w);
+    }
+
+    // A record with its size counted from the words given.
+    WmfBuilder& record(uint16_t function, std::initializer_list<uint16_t> words) {
+        return record(function, std::vector<uint16_t>(words));
+    }
+    WmfBuilder& record(uint16_t function, const std::vector<uint16_t>& words) {
+        u32(static_cast<uint32_t>(3 + words.size()));
+        u16(function);
+        for (uint16_t w : words) u16(w);
+        return *this;
+    }
+    // A record head that claims `words` words whatever follows it.
+    WmfBuilder& head(uint32_t words, uint16_t function) {
+        u32(words);
+        u16(function);
+        return *this;
+    }
+    WmfBuilder& raw(std::initializer_list<uint16_t> words) {
+        for (uint16_t w : words) u16(w);
+        return *this;
+    }
+
+    WmfBuilder& windowExt(int16_t x, int16_t y) { return record(TImageWMF::kSetWindowExt, {w(y), w(x)}); }
+    WmfBuilder& windowOrg(int16_t x, int16_t y) { return record(TImageWMF::kSetWindowOrg, {w(y), w(x)}); }
+    WmfBuilder& pen(uint16_t style, uint16_t width, uint8_t r, uint8_t g, uint8_t b) {
+        return record(TImageWMF::kCreatePenIndirect,
+                      {style, width, 0, static_cast<uint16_t>(r | g << 8), static_cast<uint16_t>(b)});
+    }
+    WmfBuilder& brush(uint16_t style, uint8_t r, uint8_t g, uint8_t b, uint16_t hatch = 0) {
+        return record(TImageWMF::kCreateBrushIndirect,
+                      {style, static_cast<uint16_t>(r | g << 8), static_cast<uint16_t>(b), hatch});
+    }
+    WmfBuilder& placeholder(uint16_t function) { return record(function, {0, 0}); }
+    WmfBuilder& select(int16_t index) { return record(TImageWMF::kSelectObject, {w(index)}); }
+    WmfBuilder& remove(int16_t index) { return record(TImageWMF::kDeleteObject, {w(index)}); }
+    WmfBuilder& fillMode(uint16_t mode) { return record(TImageWMF::kSetPolyFillMode, {mode}); }
+    WmfBuilder& poly(uint16_t function, std::initializer_list<std::pair<int16_t, int16_t>> points) {
+        std::vector<uint16_t> words{static_cast<uint16_t>(points.size())};
+        for (auto [x, y] : points) {
+            words.push_back(w(x));
+            words.push_back(w(y));
+        }
+        return record(function, words);
+    }
+    WmfBuilder& polygon(std::initializer_list<std::pair<int16_t, int16_t>> points) {
+        return poly(TImageWMF::kPolygon, points);
+    }
+    WmfBuilder& polyline(std::initializer_list<std::pair<int16_t, int16_t>> points) {
+        return poly(TImageWMF::kPolyline, points);
+    }
+    WmfBuilder& eof() { return record(TImageWMF::kEOF, {}); }
+
+    std::unique_ptr<TBuffer> buffer() const { return TBuffer::create(std::span<const uint8_t>(bytes_)); }
+    std::unique_ptr<TImageWMF> image() const {
+        auto img = std::make_unique<TImageWMF>(buffer());
+        img->readSpecs();
+        return img;
+    }
+    const std::vector<uint8_t>& bytes() const { return bytes_; }
+
+private:
+    static uint16_t w(int16_t v) { return static_cast<uint16_t>(v); }
+    void u16(uint16_t v) {
+        bytes_.push_back(static_cast<uint8_t>(v));
+        bytes_.push_back(static_cast<uint8_t>(v >> 8));
+    }
+    void u32(uint32_t v) {
+        u16(static_cast<uint16_t>(v));
+        u16(static_cast<uint16_t>(v >> 16));
+    }
+
+    std::vector<uint8_t> bytes_;
+};
+
+// Emits the image and answers its content stream.
+std::string emit(TImageWMF& img, ColorSpace space = csAuto, ConvertImages convert = ciNo) {
+    TObjects objects;
+    img.addObjectSpecs(&objects, "wmf", nullptr, space, convert);
+    img.addObjectMask(&objects);
+    return img.data()->to_string();
+}
+
+std::string emit(const WmfBuilder& b, ColorSpace space = csAuto, ConvertImages convert = ciNo) {
+    auto img = b.image();
+    return emit(*img, space, convert);
+}
+
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// ---- contract --------------------------------------------------------------
+
+TEST(WmfTest, AnswersTheContractOfAFormImage) {
+    auto img = WmfBuilder().eof().image();
+    EXPECT_EQ(img->ext(), "WMF");
+    EXPECT_TRUE(img->hasMask());
+    EXPECT_TRUE(img->isFormObject());
+    EXPECT_FALSE(img->isIndexed());
+    EXPECT_FALSE(img->has2Pass());
+    EXPECT_EQ(img->colorSpace(), csAuto);
+    EXPECT_TRUE(std::isnan(img->minPDFVer()));
+}
+
+TEST(WmfTest, RegistryCreatesAMetafileForTheWmfExtension) {
+    std::string name = "a.wmf";
+    auto img = createImage(WmfBuilder().windowExt(460, 460).eof().buffer(), ".wmf", name);
+    ASSERT_NE(img, nullptr);
+    EXPECT_EQ(img->ext(), "WMF");
+    EXPECT_EQ(name, "a.wmf");
+}
+
+// ---- first pass: size and window -------------------------------------------
+
+TEST(WmfTest, ExtentOf460IsTenMillimetres) {
+    auto img = WmfBuilder().windowExt(460, 920).eof().image();
+    EXPECT_EQ(img->width(), 37);  // "10.00mm": 10 x 2.8346457 x 1.333 = 37.79
+    EXPECT_EQ(img->height(), 75);
+    EXPECT_EQ(img->origWidth(), 460);
+    EXPECT_EQ(img->origHeight(), 920);
+}
+
+TEST(WmfTest, PlaceableAndStandardFilesGiveTheSameSize) {
+    auto plain = WmfBuilder(false).windowOrg(-5, 7).windowExt(1000, 500).eof().image();
+    auto placeable = WmfBuilder(true).windowOrg(-5, 7).windowExt(1000, 500).eof().image();
+    EXPECT_EQ(plain->width(), placeable->width());
+    EXPECT_EQ(plain->height(), placeable->height());
+    EXPECT_EQ(placeable->positionX(), -5);
+    EXPECT_EQ(placeable->positionY(), 7);
+    EXPECT_EQ(placeable->origWidth(), 1000);
+    EXPECT_EQ(placeable->origHeight(), 500);
+    EXPECT_GT(plain->width(), 0);
+}
+
+TEST(WmfTest, NegativeExtentsGiveAPositiveSize) {
+    auto img = WmfBuilder().windowExt(-460, -920).eof().image();
+    EXPECT_EQ(img->width(), 37);
+    EXPECT_EQ(img->height(), 75);
+    EXPECT_EQ(img->origWidth(), -460);
+    EXPECT_EQ(img->origHeight(), -920);
+}
+
+TEST(WmfTest, WindowRecordsAfterDrawingBeganAreIgnored) {
+    auto img = WmfBuilder()
+                   .windowExt(460, 460)
+                   .windowOrg(1, 2)
+                   .polygon({{0, 0}, {1, 1}, {2, 0}})
+                   .windowExt(4600, 4600)
+                   .windowOrg(100, 200)
+                   .eof()
+                   .image();
+    EXPECT_EQ(img->width(), 37);
+    EXPECT_EQ(img->origWidth(), 460);
+    EXPECT_EQ(img->positionX(), 1);
+    EXPECT_EQ(img->positionY(), 2);
+}
+
+TEST(WmfTest, SelectingAnObjectAlsoBeginsTheDrawing) {
+    auto img = WmfBuilder().windowExt(460, 460).select(0).windowExt(920, 920).eof().image();
+    EXPECT_EQ(img->origWidth(), 460);
+}
+
+TEST(WmfTest, ALaterWindowRecordBeforeDrawingOverwritesAnEarlierOne) {
+    auto img = WmfBuilder().windowExt(460, 460).windowOrg(1, 1).windowExt(920, 460).windowOrg(3, 4).eof().image();
+    EXPECT_EQ(img->origWidth(), 920);
+    EXPECT_EQ(img->width(), 75);
+    EXPECT_EQ(img->height(), 37);
+    EXPECT_EQ(img->positionX(), 3);
+    EXPECT_EQ(img->positionY(), 4);
+}
+
+TEST(WmfTest, AFileWithoutRecordsHasNoSize) {
+    auto img = WmfBuilder().image();
+    EXPECT_EQ(img->width(), 0);
+    EXPECT_EQ(img->height(), 0);
+    auto tiny = std::make_unique<TImageWMF>(TBuffer::create(std::string_view("\xD7\xCD", 2)));
+    tiny->readSpecs();
+    EXPECT_EQ(tiny->width(), 0);
+    EXPECT_EQ(emit(*tiny), "");
+}
+
+TEST(WmfTest, RecordsBehindEndOfFileAreNotRead) {
+    auto img = WmfBuilder().windowExt(460, 460).eof().windowExt(920, 920).polygon({{1, 1}}).image();
+    EXPECT_EQ(img->width(), 37);
+    EXPECT_EQ(emit(*img), "");
+}
+
+TEST(WmfTest, UnknownAndShortRecordsAreSkippedBySize) {
+    WmfBuilder b;
+    b.record(0x0201, {0x1234, 0x5678})  // SETBKCOLOR
+        .record(0x0B41, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10})  // DIBSTRETCHBLT
+        .head(2, 0x0626)  // a size below 3 words reads no parameters
+        .polygon({{1, 2}})
+        .eof();
+    EXPECT_EQ(emit(b), "1 2 m\nb\n");
+}
+
+// ---- GDI object table ------------------------------------------------------
+
+TEST(WmfTest, LowestFreeIndexIsTaken) {
+    auto img = WmfBuilder().eof().image();
+    SGDIObject o;
+    o.type = "D";
+    EXPECT_EQ(img->_addGDIObject(o), 0);
+    EXPECT_EQ(img->_addGDIObject(o), 1);
+    EXPECT_EQ(img->_addGDIObject(o), 2);
+    img->_delGDIObject(1);
+    EXPECT_EQ(img->gdiObjects().count(1), 0u);
+    EXPECT_EQ(img->_addGDIObject(o), 1);
+    img->_delGDIObject(2);
+    img->_delGDIObject(0);
+    EXPECT_EQ(img->_addGDIObject(o), 0);
+    EXPECT_EQ(img->_addGDIObject(o), 2);
+    EXPECT_EQ(img->_addGDIObject(o), 3);
+    img->_delGDIObject(99);  // not in the table: ignored
+    img->_delGDIObject(-1);
+    EXPECT_EQ(img->gdiObjects().size(), 4u);
+    for (int i : {0, 1, 2, 3}) img->_delGDIObject(i);
+    EXPECT_TRUE(img->gdiObjects().empty());
+    EXPECT_EQ(img->_addGDIObject(o), 0);
+}
+
+TEST(WmfTest, DeletedSlotIsReusedByTheNextObjectOfTheFile) {
+    // Pen red at 0, pen green at 1, pen blue at 2; 1 goes; the next pen (white)
+    // takes 1, so selecting 1 gives white.
+    auto img = WmfBuilder()
+                   .pen(0, 20, 255, 0, 0)
+                   .pen(0, 20, 0, 255, 0)
+                   .pen(0, 20, 0, 0, 255)
+                   .remove(1)
+                   .pen(0, 20, 255, 255, 255)
+                   .select(1)
+                   .eof()
+                   .image();
+    EXPECT_EQ(emit(*img), "1.000 1.000 1.000 RG\n1.000 w\n");
+    ASSERT_EQ(img->gdiObjects().size(), 3u);
+    EXPECT_EQ(img->gdiObjects().at(1).red, 255);
+    EXPECT_EQ(img->gdiObjects().at(1).blue, 255);
+}
+
+TEST(WmfTest, PenAndBrushRecordsFillTheirFields) {
+    auto img = WmfBuilder()
+                   .record(TImageWMF::kCreatePenIndirect, {2, 567, 9, 0x2211, 0x4433})
+                   .brush(2, 0x10, 0x20, 0x30, 5)
+                   .eof()
+                   .image();
+    emit(*img);
+    const SGDIObject& pen = img->gdiObjects().at(0);
+    EXPECT_EQ(pen.type, "P");
+    EXPECT_EQ(pen.style, 2);
+    EXPECT_FLOAT_EQ(pen.width, 567 / 56.692913f);
+    EXPECT_EQ(pen.widthY, 9);
+    EXPECT_EQ(pen.red, 0x11);
+    EXPECT_EQ(pen.green, 0x22);
+    EXPECT_EQ(pen.blue, 0x33);
+    EXPECT_EQ(pen.extra, 0x44);
+    const SGDIObject& brush = img->gdiObjects().at(1);
+    EXPECT_EQ(brush.type, "B");
+    EXPECT_EQ(brush.style, 2);
+    EXPECT_TRUE(std::isnan(brush.width));
+    EXPECT_EQ(brush.red, 0x10);
+    EXPECT_EQ(brush.green, 0x20);
+    EXPECT_EQ(brush.blue, 0x30);
+    EXPECT_EQ(brush.hatch, 5);
+}
+
+TEST(WmfTest, EveryObjectRecordHoldsASlot) {
+    WmfBuilder b;
+    for (uint16_t f : {TImageWMF::kCreatePalette, TImageWMF::kCreateBrush, TImageWMF::kDibCreatePatternBrush,
+                       TImageWMF::kCreatePatternBrush, TImageWMF::kCreateFontIndirect,
+                       TImageWMF::kCreateBitmapIndirect, TImageWMF::kCreateBitmap, TImageWMF::kCreateRegion})
+        b.placeholder(f);
+    b.pen(0, 40, 0, 0, 255).select(8).eof();
+    auto img = b.image();
+    EXPECT_EQ(emit(*img), "0.000 0.000 1.000 RG\n2.000 w\n");
+    ASSERT_EQ(img->gdiObjects().size(), 9u);
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(img->gdiObjects().at(i).type, "D");
+        EXPECT_TRUE(std::isnan(img->gdiObjects().at(i).width));
+        EXPECT_EQ(img->gdiObjects().at(i).red, 0);
+    }
+    EXPECT_EQ(img->gdiObjects().at(8).type, "P");
+}
+
+TEST(WmfTest, SelectingAPlaceholderWritesNothing) {
+    auto img = WmfBuilder().placeholder(TImageWMF::kCreateFontIndirect).select(0).eof().image();
+    EXPECT_EQ(emit(*img), "");
+}
+
+TEST(WmfTest, SelectingAMissingObjectFails) {
+    auto img = WmfBuilder().pen(0, 1, 0, 0, 0).select(7).eof().image();
+    TObjects objects;
+    try {
+        img->addObjectSpecs(&objects, "wmf", nullptr, csAuto, ciNo);
+        FAIL() << "no exception";
+    } catch (const KivuException& e) {
+        EXPECT_STREQ(e.what(), "GDI object at index 7 not found");
+    }
+    auto negative = WmfBuilder().select(-3).eof().image();
+    EXPECT_THROW(emit(*negative), KivuException);
+    auto deleted = WmfBuilder().pen(0, 1, 0, 0, 0).remove(0).select(0).eof().image();
+    EXPECT_THROW(emit(*deleted), KivuException);
+}
+
+TEST(WmfTest, SecondEmissionAddsTheObjectsAgain) {
+    auto img = WmfBuilder().pen(0, 20, 0, 0, 0).brush(0, 1, 2, 3).select(1).eof().image();
+    const std::string first = emit(*img);
+    EXPECT_EQ(img->gdiObjects().size(), 2u);
+    const std::string second = emit(*img);
+    EXPECT_EQ(img->gdiObjects().size(), 4u);
+    EXPECT_EQ(first, second);
+}
+
+TEST(WmfTest, EqualObjects) {
+    SGDIObject a, b;
+    a.type = b.type = "B";
+    EXPECT_EQ(a, b);
+    b.hatch = 1;
+    EXPECT_FALSE(a == b);
+    b.hatch = 0;
+    b.width = 1.0f;
+    EXPECT_FALSE(a == b);
+}
+
+// ---- second pass: operators ------------------------------------------------
+
+TEST(WmfTest, TrianglePointsAreWrittenLastToFirst) {
+    // A, B, C give "C m", "B l", "A l", then the operator.
+    EXPECT_EQ(emit(WmfBuilder().polygon({{1, 2}, {30, 40}, {-5, 600}}).eof()), "-5 600 m\n30 40 l\n1 2 l\nb\n");
+}
+
+TEST(WmfTest, PolylineEndsWithCloseAndStroke) {
+    EXPECT_EQ(emit(WmfBuilder().polyline({{0, 0}, {10, 0}, {10, 10}}).eof()), "10 10 m\n10 0 l\n0 0 l\ns\n");
+    // Whatever the pen and brush.
+    EXPECT_EQ(emit(WmfBuilder().pen(5, 0, 0, 0, 0).brush(1, 0, 0, 0).select(0).select(1).polyline({{1, 1}}).eof()),
+              "1 1 m\ns\n");
+}
+
+TEST(WmfTest, EmptyPolygonWritesOnlyTheOperator) {
+    EXPECT_EQ(emit(WmfBuilder().polygon({}).eof()), "b\n");
+    EXPECT_EQ(emit(WmfBuilder().record(TImageWMF::kPolygon, {static_cast<uint16_t>(-2), 1, 1}).eof()), "b\n");
+}
+
+TEST(WmfTest, EvenOddFillMode) {
+    // Null pen, solid brush, even-odd: "f*".
+    EXPECT_EQ(emit(WmfBuilder()
+                       .pen(5, 0, 0, 0, 0)
+                       .brush(0, 0, 0, 255)
+                       .select(0)
+                       .select(1)
+                       .fillMode(1)
+                       .polygon({{0, 0}, {1, 1}})
+                       .eof()),
+              "0.000 0.000 1.000 rg\n1 1 m\n0 0 l\nf*\n");
+    // Pen and brush, even-odd: "b*"; back to winding: "b".
+    EXPECT_EQ(emit(WmfBuilder().fillMode(1).polygon({{0, 0}}).fillMode(2).polygon({{0, 0}}).eof()),
+              "0 0 m\nb*\n0 0 m\nb\n");
+    // Even-odd leaves "s" and "n" alone.
+    EXPECT_EQ(emit(WmfBuilder().brush(1, 0, 0, 0).select(0).fillMode(1).polygon({{0, 0}}).eof()), "0 0 m\ns\n");
+}
+
+TEST(WmfTest, PaintingOperatorTable) {
+    EXPECT_EQ(TImageWMF::_getOperation(false, false, 0), "b");
+    EXPECT_EQ(TImageWMF::_getOperation(true, false, 0), "s");
+    EXPECT_EQ(TImageWMF::_getOperation(false, true, 0), "f");
+    EXPECT_EQ(TImageWMF::_getOperation(true, true, 0), "n");
+    EXPECT_EQ(TImageWMF::_getOperation(false, false, 1), "b*");
+    EXPECT_EQ(TImageWMF::_getOperation(true, false, 1), "s");
+    EXPECT_EQ(TImageWMF::_getOperation(false, true, 1), "f*");
+    EXPECT_EQ(TImageWMF::_getOperation(true, true, 1), "n");
+    EXPECT_EQ(TImageWMF::_getOperation(false, false, 2), "b");
+}
+
+TEST(WmfTest, PenWidthAndColour) {
+    EXPECT_EQ(emit(WmfBuilder().pen(0, 20, 255, 0, 0).select(0).eof()), "1.000 0.000 0.000 RG\n1.000 w\n");
+    EXPECT_EQ(emit(WmfBuilder().pen(7, 0, 128, 64, 0).select(0).eof()), "0.502 0.251 0.000 RG\n0.000 w\n");
+}
+
+TEST(WmfTest, DashArraysByPenStyle) {
+    EXPECT_EQ(emit(WmfBuilder().pen(1, 20, 0, 0, 0).select(0).eof()),
+              "0.000 0.000 0.000 RG\n1.000 w\n[8.504 2.835 ] 0 d\n");
+    EXPECT_TRUE(contains(emit(WmfBuilder().pen(2, 20, 0, 0, 0).select(0).eof()), "[1.417 1.417 ] 0 d\n"));
+    EXPECT_TRUE(
+        contains(emit(WmfBuilder().pen(3, 20, 0, 0, 0).select(0).eof()), "[5.669 2.835 1.417 2.835 ] 0 d\n"));
+    EXPECT_TRUE(contains(emit(WmfBuilder().pen(4, 20, 0, 0, 0).select(0).eof()),
+                         "[5.669 2.835 1.417 2.835 1.417 2.835 ] 0 d\n"));
+    // A solid pen writes no dash operator, so a dash set before stays.
+    EXPECT_EQ(emit(WmfBuilder().pen(1, 20, 0, 0, 0).pen(0, 20, 0, 0, 0).select(0).select(1).eof()),
+              "0.000 0.000 0.000 RG\n1.000 w\n[8.504 2.835 ] 0 d\n0.000 0.000 0.000 RG\n1.000 w\n");
+    EXPECT_FALSE(contains(emit(WmfBuilder().pen(6, 20, 0, 0, 0).select(0).eof()), " d\n"));
+}
+
+TEST(WmfTest, NullBrushAndNullPen) {
+    // A null brush before a polygon gives "s" ...
+    EXPECT_EQ(emit(WmfBuilder().brush(1, 9, 9, 9).select(0).polygon({{1, 1}}).eof()), "1 1 m\ns\n");
+    // ... and "n" with a null pen too; neither writes an operator.
+    EXPECT_EQ(emit(WmfBuilder().brush(1, 9, 9, 9).pen(5, 9, 9, 9, 9).select(0).select(1).polygon({{1, 1}}).eof()),
+              "1 1 m\nn\n");
+    // A real pen after the null one draws again.
+    EXPECT_EQ(emit(WmfBuilder().pen(5, 0, 0, 0, 0).pen(0, 0, 0, 0, 0).select(0).polygon({{1, 1}}).select(1).polygon(
+                       {{2, 2}}).eof()),
+              "1 1 m\nf\n0.000 0.000 0.000 RG\n0.000 w\n2 2 m\nb\n");
+    // A solid brush after the null one fills again.
+    EXPECT_EQ(emit(WmfBuilder().brush(1, 0, 0, 0).brush(0, 0, 255, 0).select(0).select(1).polygon({{3, 3}}).eof()),
+              "0.000 1.000 0.000 rg\n3 3 m\nb\n");
+}
+
+TEST(WmfTest, HatchedBrushIsAPlainFill) {
+    EXPECT_EQ(emit(WmfBuilder().brush(2, 255, 0, 0, 3).select(0).eof()), "1.000 0.000 0.000 rg\n");
+}
+
+TEST(WmfTest, ColoursConvertToTheDocumentSpace) {
+    WmfBuilder b;
+    b.pen(0, 20, 255, 0, 0).brush(0, 255, 0, 0).select(0).select(1).eof();
+    // Strokes upper-cased.
+    EXPECT_EQ(emit(b, csCMYK, ciTransform), "0.000 1.000 1.000 0.000 K\n1.000 w\n0.000 1.000 1.000 0.000 k\n");
+    EXPECT_EQ(emit(b, csGray, ciTransform), "0.333 G\n1.000 w\n0.333 g\n");
+    // Without conversion, and for RGB, the colour stays RGB.
+    EXPECT_EQ(emit(b, csCMYK, ciNo), "1.000 0.000 0.000 RG\n1.000 w\n1.000 0.000 0.000 rg\n");
+    EXPECT_EQ(emit(b, csRGB, ciTransform), "1.000 0.000 0.000 RG\n1.000 w\n1.000 0.000 0.000 rg\n");
+    EXPECT_EQ(emit(b, csAuto, ciTransform), "1.000 0.000 0.000 RG\n1.000 w\n1.000 0.000 0.000 rg\n");
+}
+
+TEST(WmfTest, ColourSpaceOfAnEmission) {
+    auto img = WmfBuilder().eof().image();
+    TObjects objects;
+    img->addObjectSpecs(&objects, "pic", nullptr, csCMYK, ciTransform);
+    EXPECT_EQ(img->name(), "pic");
+    EXPECT_EQ(img->space(), csCMYK);
+    EXPECT_EQ(img->convert(), ciTransform);
+    EXPECT_EQ(img->_getColorSpace(0, 0, 0)->toPDF(), "1.000 1.000 1.000 1.000 k");
+    EXPECT_EQ(img->_getColorSpace(1, 1, 1)->toPDF(), "0.000 0.000 0.000 0.000 k");
+}
+
+TEST(WmfTest, PolyPolygonIsOnePathWithOneOperator) {
+    WmfBuilder b;
+    b.fillMode(1)
+        .record(TImageWMF::kPolyPolygon, {2, 3, 2, 0, 0, 10, 0, 10, 10, 20, 20, 30, 30})
+        .eof();
+    EXPECT_EQ(emit(b), "10 10 m\n10 0 l\n0 0 l\n30 30 m\n20 20 l\nb*\n");
+    // A polygon with no points is passed over.
+    EXPECT_EQ(emit(WmfBuilder().record(TImageWMF::kPolyPolygon, {3, 0, 1, 1, 5, 6, 7, 8}).eof()), "5 6 m\n7 8 m\nb\n");
+}
+
+TEST(WmfTest, CoordinatesAreSigned) {
+    EXPECT_EQ(emit(WmfBuilder().polygon({{-32768, 32767}, {-1, -2}}).eof()), "-1 -2 m\n-32768 32767 l\nb\n");
+}
+
+// ---- the objects -----------------------------------------------------------
+
+TEST(WmfTest, FormObjectAndItsGroup) {
+    auto img = WmfBuilder().windowOrg(-10, 20).windowExt(460, -920).polygon({{1, 2}}).eof().image();
+    TObjects objects;
+    objects.add(0);  // something the host made before
+    const uint64_t num = img->addObjectSpecs(&objects, "wmf", nullptr, csAuto, ciNo);
+    img->addObjectMask(&objects);
+    EXPECT_EQ(num, 2u);
+    auto* form = objects.get(num);
+    ASSERT_NE(form, nullptr);
+    EXPECT_EQ(form->comment(), "Image/WMF");
+    const std::string pdf = form->toPDF()->to_string();
+    EXPECT_TRUE(contains(pdf, "2 0 obj\n")) << pdf;
+    EXPECT_TRUE(contains(pdf, "/Type /XObject")) << pdf;
+    EXPECT_TRUE(contains(pdf, "/Subtype /Form")) << pdf;
+    EXPECT_TRUE(contains(pdf, "/Group 3 0 R")) << pdf;
+    EXPECT_TRUE(contains(pdf, "/BBox [-10 20 450 -900]")) << pdf;
+    EXPECT_TRUE(contains(pdf, "stream\n")) << pdf;
+    EXPECT_EQ(std::string(form->stream().begin(), form->stream().end()).empty(), false);
+    auto* group = objects.get(num + 1);
+    ASSERT_NE(group, nullptr);
+    const std::string g = group->toPDF()->to_string();
+    EXPECT_TRUE(contains(g, "3 0 obj\n")) << g;
+    EXPECT_TRUE(contains(g, "/Type /Group")) << g;
+    EXPECT_TRUE(contains(g, "/S /Transparency")) << g;
+    EXPECT_FALSE(contains(g, "stream")) << g;
+}
+
+TEST(WmfTest, CopyHasTheSameSizeAndItsOwnBytes) {
+    auto img = WmfBuilder().windowOrg(3, 4).windowExt(460, 920).eof().image();
+    auto copy = img->getCopy();
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(copy->ext(), "WMF");
+    EXPECT_EQ(copy->width(), 37);
+    EXPECT_EQ(copy->height(), 75);
+    EXPECT_EQ(copy->positionX(), 3);
+    EXPECT_EQ(copy->origHeight(), 920);
+    EXPECT_NE(copy->buffer()->ptr(), img->buffer()->ptr());
+}
+
+// ---- bad input -------------------------------------------------------------
+
+TEST(WmfTest, RecordClaimingMoreThanTheFileReadsZeros) {
+    // A pen record cut after its style: the width and the colour read 0.
+    WmfBuilder b;
+    b.head(8, TImageWMF::kCreatePenIndirect).raw({1});
+    auto img = b.image();
+    emit(*img);
+    ASSERT_EQ(img->gdiObjects().size(), 1u);
+    EXPECT_EQ(img->gdiObjects().at(0).style, 1);
+    EXPECT_EQ(img->gdiObjects().at(0).width, 0.0f);
+    EXPECT_EQ(img->gdiObjects().at(0).red, 0);
+}
+
+TEST(WmfTest, PointCountBeyondTheRecordDrawsWhatTheRecordHolds) {
+    WmfBuilder b;
+    b.record(TImageWMF::kPolygon, {32767, 1, 2, 3, 4}).polyline({{5, 6}}).eof();
+    EXPECT_EQ(emit(b), "3 4 m\n1 2 l\nb\n5 6 m\ns\n");
+    // A record that claims four billion words at the end of the file.
+    WmfBuilder huge;
+    huge.head(0xFFFFFFFFu, TImageWMF::kPolygon).raw({32767, 7, 8, 9});
+    EXPECT_EQ(emit(huge), "9 0 m\n7 8 l\nb\n");
+    WmfBuilder poly;
+    poly.head(0xFFFFFFFFu, TImageWMF::kPolyPolygon).raw({2, 32767, 32767, 1, 2, 3});
+    EXPECT_EQ(emit(poly), "3 0 m\n1 2 l\nb\n");
+}
+
+TEST(WmfTest, WalkEndsOnATruncatedHead) {
+    for (size_t cut = 0; cut < 6; ++cut) {
+        WmfBuilder b;
+        b.polygon({{1, 1}});
+        std::vector<uint8_t> bytes = b.bytes();
+        // Part of a select record's head: too short to name a function.
+        const uint8_t tail[] = {0x04, 0x00, 0x00, 0x00, 0x2D, 0x01};
+        bytes.insert(bytes.end(), tail, tail + cut);
+        auto img = std::make_unique<TImageWMF>(TBuffer::create(std::span<const uint8_t>(bytes)));
+        img->readSpecs();
+        EXPECT_EQ(emit(*img), "1 1 m\nb\n") << cut;
+    }
+}
+
+TEST(WmfTest, ManyObjectsStayCheap) {
+    WmfBuilder b;
+    for (int i = 0; i < 20000; ++i) b.placeholder(TImageWMF::kCreateRegion);
+    for (int i = 0; i < 20000; i += 2) b.remove(static_cast<int16_t>(i));
+    b.pen(0, 20, 0, 0, 0).select(0).eof();
+    auto img = b.image();
+    EXPECT_EQ(emit(*img), "0.000 0.000 0.000 RG\n1.000 w\n");
+    EXPECT_EQ(img->gdiObjects().size(), 10001u);
+}
+
+// ---- third-party files -----------------------------------------------------
+
+TEST(WmfTest, CorpusFilesConvertOrFailCleanly) {
+    const std::filesystem::path dir = std::filesystem::path(KIVU_SOURCE_DIR) / ".." / "shared" / "corpus" / "wmf";
+    std::error_code ec;
+    if (!std::filesystem::is_directory(dir, ec))
+        GTEST_SKIP() << "WMF corpus not found at " << dir.string() << "; third-party files are not part of the project";
+    int files = 0, converted = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(dir, ec)) {
+        if (entry.path().extension() != ".wmf") continue;
+        ++files;
+        auto buffer = TBuffer::loadFromFile(entry.path().string());
+        ASSERT_NE(buffer, nullptr) << entry.path();
+        auto img = std::make_unique<TImageWMF>(std::move(buffer));
+        img->readSpecs();
+        EXPECT_GE(img->width(), 0);
+        EXPECT_GE(img->height(), 0);
+        try {
+            TObjects objects;
+            const uint64_t num = img->addObjectSpecs(&objects, "wmf", nullptr, csCMYK, ciTransform);
+            img->addObjectMask(&objects);
+            EXPECT_FALSE(objects.get(num)->toPDF()->to_string().empty());
+            ++converted;
+        } catch (const KivuException& e) {
+            EXPECT_TRUE(startsWith(e.what(), "GDI object at index ")) << entry.path() << ": " << e.what();
+        }
+    }
+    if (files == 0) GTEST_SKIP() << "no .wmf files in " << dir.string();
+    EXPECT_GT(converted, 0);
+}
+
+}  // namespace
+}  // namespace kivu

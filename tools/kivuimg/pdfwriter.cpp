@@ -1,0 +1,152 @@
+#include "pdfwriter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <set>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/indirectobj.h"
+
+using namespace kivu;
+
+namespace kivutool {
+
+namespace {
+
+std::string num(double v) {
+    // PDF numbers: three decimals, trailing zeros dropped.
+    std::string s = sformat("%.3f", v);
+    while (!s.empty() && s.back() == '0') s.pop_back();
+    if (!s.empty() && s.back() == '.') s.pop_back();
+    if (s == "-0") s = "0";
+    return s;
+}
+
+}  // namespace
+
+PdfWriter::PdfWriter(double dpi, ColorSpace space, ConvertImages convert)
+    : dpi_(dpi), space_(space), convert_(convert) {}
+
+PdfWriter::~PdfWriter() {
+    if (out_) std::fclose(out_);
+}
+
+bool PdfWriter::open(const std::string& path) {
+    path_ = path;
+    out_ = std::fopen(path.c_str(), "wb");
+    if (!out_) return false;
+    // The header's version is patched in finish(): reserve its place.
+    const char head[] = "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n";
+    std::fwrite(head, 1, sizeof head - 1, out_);
+    offset_ = sizeof head - 1;
+    catalog_ = objects_.add(1);
+    pages_ = objects_.add(2);
+    return true;
+}
+
+void PdfWriter::writeObject(TBaseObject* obj) {
+    obj->offset(offset_);
+    std::unique_ptr<TMemory> text = obj->toPDF();
+    if (text->size()) std::fwrite(text->ptr(), 1, text->size(), out_);
+    offset_ += text->size();
+    written_.push_back(obj->num());
+}
+
+void PdfWriter::writePending() {
+    // Objects 1 and 2 wait for the end: the page tree needs every page.
+    std::set<uint64_t> done(written_.begin(), written_.end());
+    for (uint64_t n : objects_.order()) {
+        if (n <= 2 || done.count(n)) continue;
+        if (TBaseObject* obj = objects_.get(n)) writeObject(obj);
+    }
+}
+
+std::string PdfWriter::placement(TImageFormat* image, double pageW, double pageH) const {
+    if (!image->isFormObject()) return num(pageW) + " 0 0 " + num(pageH) + " 0 0 cm";
+    const double ox = image->positionX(), oy = image->positionY();
+    const double ex = image->origWidth(), ey = image->origHeight();
+    if (ex == 0 || ey == 0) return "0 0 0 0 0 0 cm";
+    if (image->ext() == "WMF") {
+        // Metafile axes run down the page: scale the window onto the page and
+        // turn y over, so that the drawing stands upright.
+        const double sx = pageW / ex, sy = pageH / ey;
+        return num(sx) + " 0 0 " + num(-sy) + " " + num(-ox * sx) + " " + num(pageH + oy * sy) + " cm";
+    }
+    // Drawings whose box lies below the x axis: lift the box onto the page.
+    const double sx = pageW / ex, sy = pageH / ey;
+    return num(sx) + " 0 0 " + num(sy) + " " + num(-ox * sx) + " " + num(pageH + oy * sy) + " cm";
+}
+
+void PdfWriter::addPage(TImageFormat* image) {
+    const std::string resName = sformat("Im%zu", pageNumbers_.size() + 1);
+    const uint64_t imageNum = image->addObjectSpecs(&objects_, resName, &gradients_, space_, convert_);
+    // The mask or palette must take the very next number.
+    if (image->hasMask()) image->addObjectMask(&objects_);
+    if (image->isIndexed()) image->addObjectPalette(&objects_);
+    const float v = image->minPDFVer();
+    if (!std::isnan(v) && v > version_) version_ = v;
+
+    const double pageW = image->width() * 72.0 / dpi_;
+    const double pageH = image->height() * 72.0 / dpi_;
+    TIndirectObject* content = objects_.add(0);
+    const std::string ops = "q\n" + placement(image, pageW, pageH) + "\n/" + resName + " Do\nQ\n";
+    TMemory stream(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(ops.data()), ops.size()));
+    content->setStream(&stream, "");
+
+    TIndirectObject* page = objects_.add(0);
+    page->args({"Type", "Page"});
+    page->set("Parent", "2 0 R");
+    page->set("MediaBox", "[0 0 " + num(pageW) + " " + num(pageH) + "]");
+    page->set("Resources", sformat("<< /XObject << /%s %llu 0 R >> >>", resName.c_str(),
+                                   static_cast<unsigned long long>(imageNum)));
+    page->set("Contents", sformat("%llu 0 R", static_cast<unsigned long long>(content->num())));
+    pageNumbers_.push_back(page->num());
+    writePending();
+}
+
+bool PdfWriter::finish() {
+    // Shared graphics states and colour spaces get their numbers now.
+    for (ObjectType type : {ObjectType::extGState, ObjectType::colorSpace})
+        for (const auto& obj : objects_.customList(type)) objects_.add(obj);
+    writePending();
+
+    std::string kids = "[";
+    for (size_t i = 0; i < pageNumbers_.size(); ++i)
+        kids += (i ? " " : "") + sformat("%llu 0 R", static_cast<unsigned long long>(pageNumbers_[i]));
+    kids += "]";
+    pages_->args({"Type", "Pages"});
+    pages_->set("Kids", kids);
+    pages_->set("Count", sformat("%zu", pageNumbers_.size()));
+    catalog_->args({"Type", "Catalog"});
+    catalog_->set("Pages", "2 0 R");
+    writeObject(pages_);
+    writeObject(catalog_);
+
+    const uint64_t xrefAt = offset_;
+    std::string tail = objects_.xref();
+    uint64_t size = 0;
+    for (uint64_t n : objects_.order()) size = std::max(size, n);
+    tail += sformat("trailer\n<< /Size %llu /Root 1 0 R >>\nstartxref\n%llu\n%%%%EOF\n",
+                    static_cast<unsigned long long>(size + 1), static_cast<unsigned long long>(xrefAt));
+    std::fwrite(tail.data(), 1, tail.size(), out_);
+    // The version digit of "%PDF-1.4" sits at offset 7.
+    const int minor = static_cast<int>(std::lround((version_ - 1.0f) * 10.0f));
+    if (minor > 4 && minor <= 9) {
+        std::fseek(out_, 7, SEEK_SET);
+        std::fputc('0' + minor, out_);
+    }
+    const bool ok = std::fclose(out_) == 0;
+    out_ = nullptr;
+    return ok;
+}
+
+void PdfWriter::abandon() {
+    if (out_) {
+        std::fclose(out_);
+        out_ = nullptr;
+    }
+    if (!path_.empty()) std::remove(path_.c_str());
+}
+
+}  // namespace kivutool
