@@ -45,10 +45,10 @@ std::unique_ptr<TMemory> TIndirectObject::dictionaryToPDF() {
     out->addFormat("%llu 0 obj\n", static_cast<unsigned long long>(num_));
     std::string prefix = "<<";
     bool prevNobr = false;
-    for (size_t i = 0; i < args_.size(); ++i) {
-        prefix = i == 0 ? "<<" : "  ";
-        printEntry(*out, prefix, args_[i], prevNobr);
-        prevNobr = args_[i].value == "&nobr;";
+    for (const auto& entry : args_) {
+        printEntry(*out, prefix, entry, prevNobr);
+        prevNobr = entry.value == "&nobr;";
+        prefix = "  ";  // every entry after the first, and the stream lines
     }
     if (hasStream_) {
         if (filter_.empty()) {

@@ -70,7 +70,8 @@ bool TMemory::_reserveMem(uint64_t extra) {
     const uint64_t needed = used_ + extra;
     if (needed < allocated_) return true;
     if (maxSize_ != 0) {
-        if (needed <= maxSize_) return true;
+        // A fixed block takes exactly maxSize bytes; a single byte counts as one.
+        if (used_ + (extra ? extra : 1) <= maxSize_) return true;
         throw KivuException("Memory buffer is full, reserve more memory in settings.");
     }
     const uint64_t step = extra ? extra : reserveStep_;
