@@ -1,0 +1,101 @@
+"""JPEG pages: structure, pixels against Pillow, byte-equal streams, fallbacks."""
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, os.path.dirname(__file__))
+import kivutest as k
+
+k.need("qpdf", "pdftoppm")
+from PIL import Image
+
+samples = os.path.join(k.SOURCE, "samples")
+tmp = k.tmpdir("kivu_jpeg_")
+
+
+def sample(n):
+    return os.path.join(samples, n)
+
+
+# Gray and RGB pages render like Pillow's decoding, one pixel per image pixel.
+# Poppler decodes JPEG with its own rounding: smooth images differ by a few
+# levels on average, never by much.
+data = os.path.join(k.SOURCE, "tests", "data")
+for name in ["smooth-rgb.jpg", "smooth-gray.jpg"]:
+    src = os.path.join(data, name)
+    pdf = os.path.join(tmp, name + ".pdf")
+    k.run(["convert", src, "-o", pdf])
+    k.qpdf_check(pdf)
+    page = k.render(pdf)
+    ref = Image.open(src).convert("RGB")
+    d = k.mean_abs_diff(page, ref)
+    worst = k.percentile_diff(page, ref, 0.99)
+    print("%s: mean difference %.2f, 99th percentile %d" % (name, d, worst))
+    assert d < 4.0 and worst <= 16, name
+
+# CMYK: DeviceCMYK with the inverted Decode array.
+pdf = os.path.join(tmp, "cmyk.pdf")
+k.run(["convert", sample("gradient-cmyk.jpg"), "-o", pdf])
+k.qpdf_check(pdf)
+obj = subprocess.run(["qpdf", "--show-object=3", pdf], capture_output=True).stdout.decode()
+assert "/ColorSpace /DeviceCMYK" in obj and "/Decode [ 1 0 1 0 1 0 1 0 ]" in obj, obj
+
+# The image stream is the file, byte for byte.
+raw = subprocess.run(["qpdf", "--show-object=3", "--raw-stream-data", pdf], capture_output=True).stdout
+assert raw == open(sample("gradient-cmyk.jpg"), "rb").read()
+
+# Page size follows --dpi: 160 x 120 pixels at 72 dpi are 160 x 120 points.
+pdf = os.path.join(tmp, "dpi.pdf")
+k.run(["convert", "--dpi", "72", sample("gradient-rgb.jpg"), "-o", pdf])
+text = open(pdf, "rb").read()
+assert b"/MediaBox [0 0 160 120]" in text
+pdf96 = os.path.join(tmp, "dpi96.pdf")
+k.run(["convert", sample("gradient-rgb.jpg"), "-o", pdf96])
+assert b"/MediaBox [0 0 120 90]" in open(pdf96, "rb").read()
+assert open(pdf96, "rb").read().startswith(b"%PDF-1.4\n")
+
+# A fallback still gets a page, with a warning naming input and fallback.
+pdf = os.path.join(tmp, "fallback.pdf")
+r = k.run(["convert", sample("gradient-rgb.jpg"), "/no/such/file.jpg", "-o", pdf])
+assert "'/no/such/file.jpg' falls back to 'not-found.jpg'" in r.stderr.decode(), r.stderr
+k.qpdf_check(pdf)
+assert b"/Count 2" in open(pdf, "rb").read()
+
+# --strict turns a fallback into an error: exit 1 and no file.
+pdf = os.path.join(tmp, "strict.pdf")
+r = k.run(["convert", "--strict", sample("gradient-rgb.jpg"), "/no/such/file.jpg", "-o", pdf], check=False)
+assert r.returncode == 1 and not os.path.exists(pdf)
+
+# Bad arguments: exit status 2 and a clear message.
+for args in [[], ["convert", sample("gradient-rgb.jpg")], ["frobnicate"], ["convert", "--dpi", "0", "x.jpg", "-o", "y"]]:
+    r = k.run(args, check=False)
+    assert r.returncode == 2 and r.stderr.startswith(b"kivuimg: "), (args, r.returncode, r.stderr)
+assert k.run(["--help"]).stdout.startswith(b"usage: kivuimg convert")
+
+# info reports what the library read.
+j = k.info(sample("gradient-cmyk.jpg"))
+assert (j["ext"], j["width"], j["height"], j["components"], j["colorSpace"]) == ("JPG", 160, 120, 4, "CMYK"), j
+assert j["minPDFVer"] is None and j["hasMask"] is False and j["isFormObject"] is False
+
+# Every JPEG of the corpus converts or falls back, and every PDF passes qpdf.
+corpus = os.path.join(k.CORPUS, "jpeg")
+if not os.path.isdir(corpus):
+    print("corpus not found at %s: corpus part skipped" % corpus)
+    sys.exit(0)
+files = sorted(os.path.join(dp, f) for dp, _, fs in os.walk(corpus) for f in fs
+               if f.lower().endswith((".jpg", ".jpeg")))
+fallbacks = []
+for f in files:
+    pdf = os.path.join(tmp, "corpus.pdf")
+    r = k.run(["convert", f, "-o", pdf])
+    m = re.search(r"falls back to '([^']+)'", r.stderr.decode())
+    if m:
+        fallbacks.append((os.path.relpath(f, corpus), m.group(1)))
+    # Truncated files pass their broken scan data through: qpdf may warn about it.
+    k.qpdf_check(pdf, allow_stream_warnings=True)
+print("%d corpus JPEGs, %d fall back:" % (len(files), len(fallbacks)))
+for f, why in fallbacks:
+    print("  %s -> %s" % (f, why))
+print("ok")
