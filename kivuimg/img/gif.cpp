@@ -1,0 +1,330 @@
+#include "kivuimg/img/gif.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/indirectobj.h"
+#include "kivuimg/commons/objects.h"
+#include "kivuimg/img/rastersize.h"
+
+namespace kivu {
+
+namespace {
+
+// A colour table of `entries` entries into 0x00BBGGRR values, first file
+// byte lowest.  An end of input inside the table stops it: false.
+bool readColorTable(TReader& r, int entries, std::vector<uint32_t>& colors) {
+    colors.clear();
+    colors.reserve(static_cast<size_t>(entries));
+    for (int i = 0; i < entries; ++i) {
+        if (r.left() < 3) return false;
+        const uint32_t red = r.readByte(), green = r.readByte(), blue = r.readByte();
+        colors.push_back(red | (green << 8) | (blue << 16));
+    }
+    return true;
+}
+
+std::unique_ptr<TBuffer> paletteOf(const std::vector<uint32_t>& colors) {
+    auto palette = std::make_unique<TBuffer>(colors.size() * 3 + 1, 8192);
+    for (uint32_t c : colors) {
+        palette->addByte(static_cast<uint8_t>(c));
+        palette->addByte(static_cast<uint8_t>(c >> 8));
+        palette->addByte(static_cast<uint8_t>(c >> 16));
+    }
+    return palette;
+}
+
+// Codes wider than this can't address the 4096 entries of the table.
+constexpr int kMaxMinCodeSize = 11;
+constexpr int64_t kBlockBits = TLZWGif::kBlockSize * 8;
+
+}  // namespace
+
+// ---------------------------------------------------------------- TLZWGif
+
+TLZWGif::TLZWGif(std::unique_ptr<TBuffer> buffer) : TReader(buffer.get()), buffer_(std::move(buffer)) {
+    minCodeSize_ = readByte();
+    // A minimum code size above 11 gives no usable table; _lzwCommand
+    // refuses such a stream before it reads a code.
+    const int bits = std::min(minCodeSize_, kMaxMinCodeSize);
+    codeSize_ = bits + 1;
+    clearCode_ = 1 << bits;
+    endCode_ = clearCode_ + 1;
+    nextCode_ = clearCode_ + 2;
+    limit_ = 2 * clearCode_;
+    for (int i = 0; i < clearCode_; ++i) suffix_[i] = static_cast<uint16_t>(i);
+}
+
+void TLZWGif::_resetTable() {
+    prefix_.fill(0);
+    suffix_.fill(0);
+    for (int i = 0; i < clearCode_; ++i) suffix_[i] = static_cast<uint16_t>(i);
+    codeSize_ = minCodeSize_ + 1;
+    limit_ = 2 * clearCode_;
+    nextCode_ = clearCode_ + 2;
+    stackTop_ = 0;
+}
+
+int TLZWGif::_getCode() {
+    if (!(curBit_ + codeSize_ < lastBit_)) {
+        if (done_) return -1;
+        // Two bytes carry over: a code may straddle two sub-blocks.
+        block_[0] = block_[lastByte_ - 2];
+        block_[1] = block_[lastByte_ - 1];
+        bool end = false;
+        const uint8_t count = readByte(end);
+        if (end || count == 0) {
+            done_ = true;
+            lastByte_ = 2;
+        } else {
+            for (int i = 0; i < count; ++i) block_[2 + i] = readByte();
+            lastByte_ = 2 + count;
+        }
+        curBit_ = curBit_ - lastBit_ + 16;
+        lastBit_ = static_cast<int64_t>(lastByte_) * 8;
+    }
+    // Short sub-blocks let the position creep forward; bits beyond the block
+    // read as 0.
+    int code = 0;
+    const int64_t at = curBit_ >> 3;
+    if (curBit_ >= 0 && at + 2 < TLZWGif::kBlockSize) {
+        const uint32_t window = block_[at] | (block_[at + 1] << 8) | (static_cast<uint32_t>(block_[at + 2]) << 16);
+        code = static_cast<int>((window >> (curBit_ & 7)) & ((1u << codeSize_) - 1));
+    } else {
+        for (int j = 0; j < codeSize_; ++j) {
+            const int64_t bit = curBit_ + j;
+            if (bit >= 0 && bit < kBlockBits && (block_[bit >> 3] >> (bit & 7)) & 1) code |= 1 << j;
+        }
+    }
+    curBit_ += codeSize_;
+    return code;
+}
+
+int TLZWGif::_lzwCommand() {
+    if (minCodeSize_ > kMaxMinCodeSize) return -1;
+    if (fresh_) {
+        fresh_ = false;
+        int code;
+        do code = _getCode();
+        while (code == clearCode_);
+        firstCode_ = oldCode_ = code;
+        return code;
+    }
+    if (stackTop_ > 0) return stack_[--stackTop_];
+
+    int code = _getCode();
+    if (code < 0) return code;
+    if (code == clearCode_) {
+        _resetTable();
+        firstCode_ = oldCode_ = _getCode();
+        return firstCode_;
+    }
+    if (code == endCode_) return -2;
+
+    const int inCode = code;
+    if (code >= nextCode_) {
+        _push(firstCode_);
+        code = oldCode_;
+    }
+    while (code >= clearCode_) {
+        // A chain longer than the stack can only be a loop in the table.
+        if (!_push(suffix_[code])) return -1;
+        if (prefix_[code] == code) return -1;
+        code = prefix_[code];
+    }
+    firstCode_ = suffix_[code];
+    if (!_push(firstCode_)) return -1;
+    if (nextCode_ < kTableSize) {
+        prefix_[nextCode_] = static_cast<uint16_t>(oldCode_);
+        suffix_[nextCode_] = static_cast<uint16_t>(firstCode_);
+        ++nextCode_;
+        if (nextCode_ >= limit_ && limit_ < kTableSize) {
+            limit_ *= 2;
+            ++codeSize_;
+        }
+    }
+    oldCode_ = inCode;
+    return stack_[--stackTop_];
+}
+
+std::unique_ptr<TBuffer> TLZWGif::decode(uint64_t limit) {
+    uint64_t reserve = 2 * size();
+    if (limit && reserve > limit) reserve = limit;
+    auto out = std::make_unique<TBuffer>(reserve + 1, 8192);
+    for (;;) {
+        if (limit && out->size() >= limit) return out;
+        const int r = _lzwCommand();
+        if (r < 0) {
+            if (r == -2) return out;
+            throw KivuException("This suck!");
+        }
+        out->addByte(static_cast<uint8_t>(r));
+        // The rest of the string waits on the stack, last byte first.
+        while (stackTop_ > 0 && (!limit || out->size() < limit)) out->addByte(static_cast<uint8_t>(stack_[--stackTop_]));
+    }
+}
+
+// ---------------------------------------------------------------- TGIF
+
+std::unique_ptr<TGIF> TGIF::next() const {
+    auto frame = std::make_unique<TGIF>(owner_);
+    frame->set_seek(tell());
+    return frame;
+}
+
+TBuffer* TGIF::palette() {
+    if (!palette_) palette_ = paletteOf(colors_);
+    return palette_.get();
+}
+
+void TGIF::_skipExt() {
+    const uint8_t label = readByte();
+    if (label == 0xFE) {
+        const uint8_t n = readByte();
+        comment_ = std::string(read_string(n));
+    } else if (label == 0xF9) {
+        readByte();  // block size
+        const uint8_t flags = readByte();
+        disposal_ = (flags >> 2) & 7;
+        userInput_ = flags & 2;
+        transparent_ = flags & 1;
+        delay_ = readLe<uint16_t>();
+        transIndex_ = readByte();
+    }
+    for (;;) {
+        bool end = false;
+        const uint8_t n = readByte(end);
+        if (end || n == 0) return;
+        read_string(n);
+    }
+}
+
+bool TGIF::load() {
+    for (;;) {
+        bool end = false;
+        const uint8_t b = readByte(end);
+        if (end) return false;
+        if (b == 0x21) {
+            _skipExt();
+            continue;
+        }
+        if (b == 0x2C) break;
+        return false;
+    }
+    left_ = readLe<uint16_t>();
+    top_ = readLe<uint16_t>();
+    width_ = readLe<uint16_t>();
+    height_ = readLe<uint16_t>();
+    if (eof() || width_ == 0 || height_ == 0) return false;
+    const uint8_t packed = readByte();
+    localColor_ = packed & 0x80;
+    interlaced_ = packed & 0x40;
+    sorted_ = packed & 0x20;
+    tableSize_ = 2 << (packed & 7);
+    if (localColor_ && !readColorTable(*this, tableSize_, colors_)) return false;
+
+    const uint64_t pixels = static_cast<uint64_t>(width_) * height_;
+    checkRasterSize(width_, height_);
+    auto lzw = std::make_unique<TLZWGif>(read_buffer(-1));
+    dataBuf_ = lzw->decode(pixels);
+    // A stream that ends early leaves the rest of the frame 0.
+    while (dataBuf_->size() < pixels) dataBuf_->addByte(0);
+    if (interlaced_) _deInterlace();
+    return true;
+}
+
+// The rows stand in pass order: every 8th from 0, every 8th from 4, every
+// 4th from 2, every 2nd from 1.
+void TGIF::_deInterlace() {
+    const uint64_t w = width_, h = height_;
+    auto out = std::make_unique<TBuffer>(w * h + 1, 8192);
+    std::vector<uint8_t> rows(w * h);
+    const uint8_t* src = dataBuf_->ptr();
+    uint64_t from = 0;
+    static constexpr int kStart[4] = {0, 4, 2, 1};
+    static constexpr int kStep[4] = {8, 8, 4, 2};
+    for (int pass = 0; pass < 4; ++pass)
+        for (uint64_t y = kStart[pass]; y < h; y += kStep[pass], ++from)
+            std::memcpy(rows.data() + y * w, src + from * w, w);
+    out->addBytes(rows);
+    dataBuf_ = std::move(out);
+}
+
+// ---------------------------------------------------------------- TImageGIF
+
+bool TImageGIF::isIndexed() { return (frame_ && frame_->localColor()) || globalColor_; }
+
+void TImageGIF::readSpecs() {
+    const std::string version(read_string(6));
+    if (version != "GIF87a" && version != "GIF89a") throwf("GIF: Invalid version '%s", version.c_str());
+    width_ = readLe<uint16_t>();
+    height_ = readLe<uint16_t>();
+    const uint8_t packed = readByte();
+    globalColor_ = packed & 0x80;
+    colorResolution_ = (packed >> 4) & 7;
+    sorted_ = packed & 8;
+    tableSize_ = 2 << (packed & 7);
+    background_ = static_cast<int8_t>(readByte());
+    aspect_ = static_cast<int8_t>(readByte());
+    if (globalColor_) {
+        // A short table keeps what was read.
+        readColorTable(*this, tableSize_, colors_);
+        palette_ = paletteOf(colors_);
+    }
+    rest_ = read_buffer(-1);
+
+    // Each frame hands everything behind its descriptor to the decoder, so
+    // the first image is in practice the only one read.
+    auto frame = std::make_unique<TGIF>(rest_.get());
+    while (frame->load()) {
+        frame_ = frame.get();
+        auto next = frame->next();
+        frames_.push_back(std::move(frame));
+        frame = std::move(next);
+    }
+    if (frames_.empty()) throw KivuException("GIF: Invalid GIF image");
+}
+
+TBuffer* TImageGIF::_usedPalette() { return palette_ ? palette_.get() : (frame_ ? frame_->palette() : nullptr); }
+
+uint64_t TImageGIF::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,
+                                   ConvertImages) {
+    if (!frame_) throw KivuException("GIF: Invalid GIF image");
+    TIndirectObject* obj = objects->add(0);
+    obj->comment("Image/GIF");
+    const uint64_t n = obj->num();
+    obj->args({"Subtype", "Image"});
+    obj->set("Width", sformat("%d", frame_->width()));
+    obj->set("Height", sformat("%d", frame_->height()));
+    if (isIndexed()) {
+        const TBuffer* palette = _usedPalette();
+        const uint64_t entries = palette->size() / 3;
+        obj->set("ColorSpace", sformat("[/Indexed /DeviceRGB %u %u 0 R]", static_cast<unsigned>(entries - 1),
+                                       static_cast<unsigned>(n + 1)));
+    } else {
+        obj->args({"ColorSpace", "DeviceGray"});
+    }
+    obj->set("BitsPerComponent", "8");
+    if (frame_->isTrans() && frame_->getTableSize() >= 1) {
+        const unsigned index = frame_->numTrans();
+        obj->set("Mask", sformat("[%u %u ]", index, index));
+    }
+    obj->setStream(frame_->data(), "");
+    return n;
+}
+
+void TImageGIF::addObjectPalette(TObjects* objects) {
+    TBuffer* palette = _usedPalette();
+    if (!palette) return;
+    TIndirectObject* obj = objects->add(0);
+    obj->setStream(palette, "");
+}
+
+std::unique_ptr<TImageFormat> TImageGIF::getCopy() {
+    auto copy = std::make_unique<TImageGIF>(copyBuffer());
+    copy->readSpecs();
+    return copy;
+}
+
+}  // namespace kivu
