@@ -1,0 +1,245 @@
+#include "kivuimg/img/bmp.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/indirectobj.h"
+#include "kivuimg/commons/objects.h"
+#include "kivuimg/img/rastersize.h"
+
+namespace kivu {
+
+namespace {
+
+constexpr uint64_t kHeaderEnd = 54;  // file header (14) + the 40-byte info header
+
+bool supportedBitCount(int bits) {
+    return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
+}  // namespace
+
+void TImageBMP::readSpecs() {
+    set_seek(std::min<uint64_t>(10, size()));
+    const uint32_t offBits = readLe<uint32_t>();
+    readLe<uint32_t>();  // biSize: the 40-byte header is assumed
+    const int32_t biWidth = readLe<int32_t>();
+    const int32_t biHeight = readLe<int32_t>();
+    readLe<uint16_t>();  // biPlanes
+    const uint16_t bitCount = readLe<uint16_t>();
+    compression_ = readLe<uint32_t>();
+    readLe<uint32_t>();  // biSizeImage
+    readLe<int32_t>();   // biXPelsPerMeter: no effect on the output
+
+    // A negative width reads as a huge one and is refused by the size check.
+    const uint64_t w = static_cast<uint32_t>(biWidth);
+    const uint64_t h = biHeight < 0 ? -static_cast<int64_t>(biHeight) : biHeight;
+    const bool topDown = biHeight < 0;
+    bitsPerComponent_ = bitCount;
+
+    if (bitCount <= 15 && offBits > kHeaderEnd) {
+        const auto table = buffer_->pointChunk(kHeaderEnd, offBits - kHeaderEnd);
+        const uint64_t n = table.size() / 4;
+        if (n > 0) {
+            palette_ = std::make_unique<TBuffer>(n * 3 + 1, 8192);
+            for (uint64_t i = 0; i < n; ++i) {
+                const uint8_t* e = table.data() + 4 * i;
+                palette_->addByte(e[2]);
+                palette_->addByte(e[1]);
+                palette_->addByte(e[0]);
+            }
+        }
+    }
+
+    switch (compression_) {
+        case 0:
+        case 1:
+        case 2:
+        case 3: break;
+        case 4: throw KivuException("JPeg compressed BMP image is not yet supported!");
+        case 5: throw KivuException("PNG compressed BMP image is not yet supported!");
+        default: throwf("Unsupported biCompression mode: %d", static_cast<int>(compression_));
+    }
+    checkRasterSize(w, h);
+    width_ = static_cast<int32_t>(w);
+    height_ = static_cast<int32_t>(h);
+    if (!supportedBitCount(bitCount)) throw KivuException("Error parsing BMP image - Unsupported biBitCount");
+    if (offBits > size()) throwf("BMP: Pixel data offset %u lies past the end of the file", offBits);
+
+    // Rows of the source are padded to multiples of 4 bytes.
+    const uint64_t rowBytes = (w * bitCount + 7) / 8;
+    const uint64_t stride = (rowBytes + 3) & ~uint64_t(3);
+
+    set_seek(offBits);
+    std::unique_ptr<TBuffer> decoded;
+    std::span<const uint8_t> source;
+    if (compression_ == 1 || compression_ == 2) {
+        decoded = compression_ == 1 ? _rle8Decode(stride * h) : _rle4Decode(stride * h);
+        source = decoded->pointChunk(0, 0);
+    } else {
+        source = buffer_->pointChunk(offBits, 0);
+    }
+
+    const bool packed = bitCount <= 8;
+    const uint64_t outRow = packed ? rowBytes : 3 * w;
+    dataBuf_ = std::make_unique<TBuffer>(outRow * h + 1, 8192);
+    std::vector<uint8_t> padded(rowBytes);
+    std::vector<uint8_t> converted(packed ? 0 : outRow);
+    for (uint64_t y = 0; y < h; ++y) {
+        const uint64_t row = topDown ? y : h - 1 - y;
+        const uint64_t at = row * stride;
+        const uint8_t* p;
+        if (at < source.size() && source.size() - at >= rowBytes) {
+            p = source.data() + at;
+        } else {
+            // Past the end of the data the pixels read as 0.
+            std::fill(padded.begin(), padded.end(), 0);
+            if (at < source.size()) std::memcpy(padded.data(), source.data() + at, source.size() - at);
+            p = padded.data();
+        }
+        if (packed) {
+            dataBuf_->addBytes(std::span<const uint8_t>(p, rowBytes));
+            continue;
+        }
+        uint8_t* o = converted.data();
+        if (bitCount == 16) {
+            // 5-5-5: each channel moved up by 3, its low bits 0.
+            for (uint64_t x = 0; x < w; ++x, p += 2, o += 3) {
+                const unsigned lo = p[0], hi = p[1];
+                o[0] = static_cast<uint8_t>((hi * 2) & 0xF8);
+                o[1] = static_cast<uint8_t>(((hi * 256 + lo) >> 2) & 0xF8);
+                o[2] = static_cast<uint8_t>((lo * 8) & 0xFF);
+            }
+        } else {
+            const uint64_t b = bitCount / 8;
+            for (uint64_t x = 0; x < w; ++x, p += b, o += 3) {
+                o[0] = p[2];
+                o[1] = p[1];
+                o[2] = p[0];
+            }
+        }
+        dataBuf_->addBytes(converted);
+    }
+}
+
+std::unique_ptr<TBuffer> TImageBMP::_rle8Decode(uint64_t limit) {
+    auto out = std::make_unique<TBuffer>(1024, 8192);
+    const uint64_t line = (static_cast<uint64_t>(width_) + 3) & ~uint64_t(3);
+    auto full = [&] { return limit && out->size() >= limit; };
+    auto put = [&](uint8_t v, uint64_t n) {
+        if (limit) n = std::min(n, limit - std::min(limit, out->size()));
+        for (uint64_t i = 0; i < n; ++i) out->addByte(v);
+    };
+    // Every round takes at least one byte of input.
+    while (!eof() && !full()) {
+        const uint8_t count = readByte();
+        const uint8_t value = readByte();
+        if (count > 0) {
+            put(value, count);
+            continue;
+        }
+        switch (value) {
+            case 0:  // end of line
+            case 1:  // end of bitmap
+                if (line && out->size() % line) put(0, line - out->size() % line);
+                break;
+            case 2:  // delta: its offsets don't move the output
+                readByte();
+                readByte();
+                break;
+            default:  // absolute run
+                for (int i = 0; i < value && !full(); ++i) out->addByte(readByte());
+                if (value & 1) readByte();
+                break;
+        }
+    }
+    return out;
+}
+
+std::unique_ptr<TBuffer> TImageBMP::_rle4Decode(uint64_t limit) {
+    const int64_t w = width_;
+    const int64_t half = w / 2 + w % 2;
+    const int64_t line = half + 3 - ((w - 1) / 2 % 4);
+    const uint64_t maxPixels = 2 * limit;
+    std::vector<uint8_t> pixels;
+    auto full = [&] { return limit && pixels.size() >= maxPixels; };
+    auto put = [&](uint8_t v) {
+        if (!full()) pixels.push_back(v);
+    };
+    while (!eof() && !full()) {
+        const uint8_t count = readByte();
+        const uint8_t value = readByte();
+        if (count > 0) {
+            for (int i = 0; i < count; ++i) put(i % 2 ? value & 0x0F : value >> 4);
+            continue;
+        }
+        switch (value) {
+            case 0:
+            case 1:
+                while (pixels.size() % line && !full()) pixels.push_back(0);
+                break;
+            case 2:
+                readByte();
+                readByte();
+                break;
+            default: {
+                uint8_t b = 0;
+                for (int i = 0; i < value; ++i) {
+                    if (i % 2 == 0) {
+                        b = readByte();
+                        put(b >> 4);
+                    } else {
+                        put(b & 0x0F);
+                    }
+                }
+                if (((value + 1) / 2) & 1) readByte();
+                break;
+            }
+        }
+    }
+    if (pixels.size() % 2) pixels.push_back(0);
+    auto out = std::make_unique<TBuffer>(pixels.size() / 2 + 1, 8192);
+    for (size_t i = 0; i < pixels.size(); i += 2) out->addByte(static_cast<uint8_t>((pixels[i] << 4) | pixels[i + 1]));
+    return out;
+}
+
+uint64_t TImageBMP::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,
+                                   ConvertImages) {
+    TIndirectObject* obj = objects->add(0);
+    obj->comment("Image/BMP");
+    const uint64_t n = obj->num();
+    obj->args({"Subtype", "Image"});
+    obj->set("Width", sformat("%d", width_));
+    obj->set("Height", sformat("%d", height_));
+    if (isIndexed()) {
+        const uint64_t entries = palette_->size() / 3;
+        obj->set("ColorSpace", sformat("[/Indexed /DeviceRGB %u %u 0 R]", static_cast<unsigned>(entries - 1),
+                                       static_cast<unsigned>(n + 1)));
+        obj->set("BitsPerComponent", sformat("%u", static_cast<unsigned>(bitsPerComponent_)));
+    } else if (bitsPerComponent_ <= 8) {
+        // 1, 4 or 8 bits a pixel and no colour table: the indices go out as gray.
+        obj->args({"ColorSpace", "DeviceGray"});
+        obj->set("BitsPerComponent", sformat("%u", static_cast<unsigned>(bitsPerComponent_)));
+    } else {
+        obj->args({"ColorSpace", "DeviceRGB"});
+        obj->set("BitsPerComponent", "8");
+    }
+    obj->setStream(dataBuf_.get(), "");
+    return n;
+}
+
+void TImageBMP::addObjectPalette(TObjects* objects) {
+    if (!palette_) return;
+    TIndirectObject* obj = objects->add(0);
+    obj->comment("BMP/Palette");
+    obj->setStream(palette_.get(), "");
+}
+
+std::unique_ptr<TImageFormat> TImageBMP::getCopy() {
+    auto copy = std::make_unique<TImageBMP>(copyBuffer());
+    copy->readSpecs();
+    return copy;
+}
+
+}  // namespace kivu
