@@ -11,7 +11,10 @@
 #include "kivuimg/commons/core/regex.h"
 #include "kivuimg/commons/core/settings.h"
 #include "kivuimg/commons/funcs.h"
+#include "kivuimg/img/bmp.h"
+#include "kivuimg/img/gif.h"
 #include "kivuimg/img/jpg.h"
+#include "kivuimg/img/png.h"
 #include "kivuimg/img/wmf.h"
 
 namespace kivu {
@@ -120,6 +123,9 @@ const std::map<std::string, ImageFactory>& imageFactories() {
     static const std::map<std::string, ImageFactory> factories = {
         {".jpg", &make<TImageJPG>},
         {".jpeg", &make<TImageJPG>},
+        {".png", &make<TImagePNG>},
+        {".gif", &make<TImageGIF>},
+        {".bmp", &make<TImageBMP>},
         {".wmf", &make<TImageWMF>},
     };
     return factories;
