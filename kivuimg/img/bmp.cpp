@@ -37,6 +37,7 @@ void TImageBMP::readSpecs() {
     const uint64_t h = biHeight < 0 ? -static_cast<int64_t>(biHeight) : biHeight;
     const bool topDown = biHeight < 0;
     bitsPerComponent_ = bitCount;
+    components_ = bitCount <= 8 ? 1 : 3;
 
     if (bitCount <= 15 && offBits > kHeaderEnd) {
         const auto table = buffer_->pointChunk(kHeaderEnd, offBits - kHeaderEnd);

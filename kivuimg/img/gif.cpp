@@ -284,6 +284,9 @@ void TImageGIF::readSpecs() {
         frame = std::move(next);
     }
     if (frames_.empty()) throw KivuException("GIF: Invalid GIF image");
+    // One byte a pixel: a palette index, or a gray level without a table.
+    bitsPerComponent_ = 8;
+    components_ = 1;
 }
 
 TBuffer* TImageGIF::_usedPalette() { return palette_ ? palette_.get() : (frame_ ? frame_->palette() : nullptr); }

@@ -58,14 +58,17 @@ void TImagePNG::readSpecs() {
         case csSpot:
             colorSpaceName_ = "Indexed";
             parms_ += "1 ";
+            components_ = 1;
             break;
         case csGray:
             colorSpaceName_ = "DeviceGray";
             parms_ += "1 ";
+            components_ = 1;
             break;
         case csRGB:
             colorSpaceName_ = "DeviceRGB";
             parms_ += "3 ";
+            components_ = 3;
             break;
         default: throw KivuException("PNG: Unknown color type");
     }
