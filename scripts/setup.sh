@@ -10,7 +10,7 @@ PKGS=(
   libgtest-dev libgmock-dev libbenchmark-dev
   qpdf poppler-utils python3-pil
   clang libclang-rt-dev
-  libwmf-bin librsvg2-bin
+  libwmf-bin librsvg2-bin fonts-urw-base35
 )
 
 missing=()
