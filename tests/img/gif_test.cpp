@@ -1,0 +1,458 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/indirectobj.h"
+#include "kivuimg/commons/objects.h"
+#include "kivuimg/img/gif.h"
+
+namespace fs = std::filesystem;
+using namespace kivu;
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// Writes codes least significant bit first, at the width that the decoder
+// will read them with: the decoder adds a table entry for every code but the
+// first behind a clear code, and widens its codes when the table reaches a
+// power of two.
+class CodeWriter {
+public:
+    explicit CodeWriter(int minCodeSize) : min_(minCodeSize), clear_(1 << minCodeSize) { reset(); }
+    int clear() const { return clear_; }
+    int end() const { return clear_ + 1; }
+    int size() const { return size_; }
+    int next() const { return next_; }
+
+    void put(int code) {
+        for (int j = 0; j < size_; ++j, ++bit_) {
+            if (bit_ % 8 == 0) bytes_.push_back(0);
+            if ((code >> j) & 1) bytes_.back() |= static_cast<uint8_t>(1 << (bit_ % 8));
+        }
+        if (code == clear_) {
+            reset();
+            return;
+        }
+        if (code == end()) return;
+        if (first_) {
+            first_ = false;
+            return;
+        }
+        if (next_ < 4096) {
+            ++next_;
+            if (next_ >= limit_ && limit_ < 4096) {
+                limit_ *= 2;
+                ++size_;
+            }
+        }
+    }
+    // The stream as the image data wants it: code size, sub-blocks, terminator.
+    Bytes stream(int blockSize = 255) const {
+        Bytes out{static_cast<uint8_t>(min_)};
+        for (size_t at = 0; at < bytes_.size(); at += blockSize) {
+            const size_t n = std::min<size_t>(blockSize, bytes_.size() - at);
+            out.push_back(static_cast<uint8_t>(n));
+            out.insert(out.end(), bytes_.begin() + at, bytes_.begin() + at + n);
+        }
+        out.push_back(0);
+        return out;
+    }
+
+private:
+    void reset() {
+        size_ = min_ + 1;
+        next_ = clear_ + 2;
+        limit_ = 2 * clear_;
+        first_ = true;
+    }
+    int min_, clear_, size_ = 0, next_ = 0, limit_ = 0;
+    bool first_ = true;
+    int64_t bit_ = 0;
+    Bytes bytes_;
+};
+
+// A plain LZW encoder: clear first, a new clear when the table is full.
+Bytes lzw(const Bytes& pixels, int minCodeSize, int blockSize = 255) {
+    CodeWriter out(minCodeSize);
+    out.put(out.clear());
+    std::map<std::pair<int, int>, int> table;
+    int next = out.clear() + 2;
+    int w = -1;
+    for (uint8_t c : pixels) {
+        if (w < 0) {
+            w = c;
+            continue;
+        }
+        auto it = table.find({w, c});
+        if (it != table.end()) {
+            w = it->second;
+            continue;
+        }
+        out.put(w);
+        table[{w, c}] = next++;
+        if (next == 4095) {
+            out.put(out.clear());
+            table.clear();
+            next = out.clear() + 2;
+        }
+        w = c;
+    }
+    if (w >= 0) out.put(w);
+    out.put(out.end());
+    return out.stream(blockSize);
+}
+
+void le16(Bytes& b, int v) {
+    b.push_back(static_cast<uint8_t>(v));
+    b.push_back(static_cast<uint8_t>(v >> 8));
+}
+
+Bytes table(int entries, int seed = 0) {
+    Bytes t;
+    for (int i = 0; i < entries; ++i)
+        t.insert(t.end(), {static_cast<uint8_t>(i + seed), static_cast<uint8_t>(2 * i), static_cast<uint8_t>(255 - i)});
+    return t;
+}
+
+struct Gif {
+    Bytes bytes;
+    explicit Gif(int w, int h, int globalBits = 0, const char* version = "GIF89a") {
+        bytes.assign(version, version + 6);
+        le16(bytes, w);
+        le16(bytes, h);
+        bytes.push_back(globalBits ? static_cast<uint8_t>(0x80 | 0x70 | (globalBits - 1)) : 0);
+        bytes.push_back(0);
+        bytes.push_back(0);
+        if (globalBits) {
+            const Bytes t = table(1 << globalBits);
+            bytes.insert(bytes.end(), t.begin(), t.end());
+        }
+    }
+    Gif& control(bool transparent, uint8_t index) {
+        bytes.insert(bytes.end(), {0x21, 0xF9, 4, static_cast<uint8_t>(transparent ? 1 : 0), 10, 0, index, 0});
+        return *this;
+    }
+    Gif& comment(const std::string& text) {
+        bytes.insert(bytes.end(), {0x21, 0xFE, static_cast<uint8_t>(text.size())});
+        bytes.insert(bytes.end(), text.begin(), text.end());
+        bytes.push_back(0);
+        return *this;
+    }
+    Gif& frame(int w, int h, const Bytes& stream, int localBits = 0, bool interlaced = false, int seed = 100) {
+        bytes.push_back(0x2C);
+        le16(bytes, 1);
+        le16(bytes, 2);
+        le16(bytes, w);
+        le16(bytes, h);
+        bytes.push_back(static_cast<uint8_t>((localBits ? 0x80 | (localBits - 1) : 0) | (interlaced ? 0x40 : 0)));
+        if (localBits) {
+            const Bytes t = table(1 << localBits, seed);
+            bytes.insert(bytes.end(), t.begin(), t.end());
+        }
+        bytes.insert(bytes.end(), stream.begin(), stream.end());
+        return *this;
+    }
+    Gif& trailer() {
+        bytes.push_back(0x3B);
+        return *this;
+    }
+};
+
+std::unique_ptr<TImageGIF> read(const Bytes& bytes) {
+    auto img = std::make_unique<TImageGIF>(TBuffer::create(std::span<const uint8_t>(bytes)));
+    img->readSpecs();
+    return img;
+}
+
+std::string failure(const Bytes& bytes) {
+    try {
+        read(bytes);
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "(no failure)";
+}
+
+Bytes pixelsOf(const TImageGIF& img) {
+    auto s = img.frame()->data()->pointChunk(0, 0);
+    return Bytes(s.begin(), s.end());
+}
+
+Bytes decode(const Bytes& stream, uint64_t limit = 0) {
+    TLZWGif d(TBuffer::create(std::span<const uint8_t>(stream)));
+    auto out = d.decode(limit);
+    auto s = out->pointChunk(0, 0);
+    return Bytes(s.begin(), s.end());
+}
+
+std::string decodeFailure(const Bytes& stream) {
+    try {
+        decode(stream);
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "(no failure)";
+}
+
+Bytes codes(int minCodeSize, std::initializer_list<int> list) {
+    CodeWriter w(minCodeSize);
+    for (int c : list) w.put(c);
+    return w.stream();
+}
+
+std::string head(TBaseObject* o) {
+    const std::string t = o->toPDF()->to_string();
+    const size_t at = t.find("stream\n");
+    return at == std::string::npos ? t : t.substr(0, at + 7);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- LZW
+
+TEST(GifLzw, RoundTripsThroughAPlainEncoder) {
+    std::mt19937 rng(7);
+    for (int minCodeSize : {2, 4, 8}) {
+        Bytes pixels(20000);
+        // Runs and noise, so that chains, KwKwK codes and full tables all occur.
+        for (size_t i = 0; i < pixels.size(); ++i)
+            pixels[i] = static_cast<uint8_t>((i / 37 % 3 ? rng() : i / 500) % (1u << minCodeSize));
+        EXPECT_EQ(decode(lzw(pixels, minCodeSize)), pixels) << minCodeSize;
+        // A code straddles at most two sub-blocks: two carried bytes and the
+        // new block must hold it, so blocks of two bytes are the smallest.
+        EXPECT_EQ(decode(lzw(pixels, minCodeSize, 2)), pixels) << "two-byte sub-blocks, " << minCodeSize;
+    }
+}
+
+TEST(GifLzw, LeadingClearCodesAreSkipped) { EXPECT_EQ(decode(codes(2, {4, 4, 4, 1, 2, 5})), (Bytes{1, 2})); }
+
+TEST(GifLzw, KwKwKCodePushesFirstCodeFirst) {
+    // Code 6 is the next free entry when it is read: it stands for 1, 1.
+    EXPECT_EQ(decode(codes(2, {4, 1, 6, 5})), (Bytes{1, 1, 1}));
+    EXPECT_EQ(decode(codes(2, {4, 3, 2, 6, 8, 5})), (Bytes{3, 2, 3, 2, 3, 2, 3}));
+}
+
+TEST(GifLzw, ClearCodeInTheMiddleResetsTable) {
+    EXPECT_EQ(decode(codes(2, {4, 1, 2, 6, 4, 3, 3, 6, 5})), (Bytes{1, 2, 1, 2, 3, 3, 3, 3}));
+}
+
+TEST(GifLzw, TableStopsGrowingAt4096) {
+    CodeWriter w(2);
+    w.put(w.clear());
+    for (int i = 0; i < 5000; ++i) w.put(i % 4);
+    EXPECT_EQ(w.size(), 12);
+    w.put(w.end());
+    TLZWGif d(TBuffer::create(std::span<const uint8_t>(w.stream())));
+    EXPECT_EQ(d.decode()->size(), 5000u);
+    EXPECT_EQ(d.nextCode(), 4096);
+    EXPECT_EQ(d.codeSize(), 12);
+}
+
+TEST(GifLzw, BrokenStreamsRaise) {
+    // Entry 7 is made from the code read before it, 7 itself: a loop.
+    EXPECT_EQ(decodeFailure(codes(2, {4, 1, 7, 6, 7, 5})), "This suck!");
+    // No end code.
+    EXPECT_EQ(decodeFailure(codes(2, {4, 1, 2})), "This suck!");
+    EXPECT_EQ(decodeFailure({}), "This suck!");
+    EXPECT_EQ(decodeFailure({2}), "This suck!");
+    // Two entries that name each other: 11 -> 12 -> 11 ...  The stack bound stops it.
+    EXPECT_EQ(decodeFailure(codes(3, {8, 1, 12, 11, 12, 11, 9})), "This suck!");
+    // A minimum code size that can't address the table.
+    for (int size : {12, 13, 255}) {
+        Bytes s = codes(2, {4, 1, 5});
+        s[0] = static_cast<uint8_t>(size);
+        EXPECT_EQ(decodeFailure(s), "This suck!") << size;
+    }
+}
+
+TEST(GifLzw, LimitStopsAnEndlessStream) {
+    CodeWriter w(2);
+    w.put(w.clear());
+    for (int i = 0; i < 100000; ++i) w.put(1);
+    // No end code: unlimited, the stream is broken; limited, it is never read that far.
+    EXPECT_EQ(decodeFailure(w.stream()), "This suck!");
+    EXPECT_EQ(decode(w.stream(), 10), Bytes(10, 1));
+}
+
+// ---------------------------------------------------------------- file
+
+TEST(GifFile, FailureTexts) {
+    EXPECT_EQ(failure(Gif(1, 1, 0, "GIF88a").frame(1, 1, codes(2, {4, 1, 5})).bytes), "GIF: Invalid version 'GIF88a");
+    EXPECT_EQ(failure({'G', 'I', 'F'}), "GIF: Invalid version 'GIF");
+    EXPECT_EQ(failure(Gif(1, 1).trailer().bytes), "GIF: Invalid GIF image");
+    EXPECT_EQ(failure(Gif(1, 1).bytes), "GIF: Invalid GIF image");
+    EXPECT_EQ(failure(Gif(4, 4).frame(0, 4, codes(2, {4, 1, 5})).trailer().bytes), "GIF: Invalid GIF image");
+    EXPECT_EQ(failure(Gif(4, 4).frame(4, 0, codes(2, {4, 1, 5})).trailer().bytes), "GIF: Invalid GIF image");
+    EXPECT_EQ(failure(Gif(8, 1).frame(8, 1, codes(2, {4, 1, 7, 6, 7, 5})).bytes), "This suck!");
+    // A local table cut short is no frame.
+    Gif cut(4, 4);
+    cut.frame(4, 4, {}, 3);
+    cut.bytes.resize(cut.bytes.size() - 5);
+    EXPECT_EQ(failure(cut.bytes), "GIF: Invalid GIF image");
+}
+
+TEST(GifFile, HeaderAndFrame) {
+    const Bytes pixels{0, 1, 2, 3, 3, 2};
+    auto img = read(Gif(10, 20, 2).frame(3, 2, lzw(pixels, 2)).trailer().bytes);
+    EXPECT_EQ(img->ext(), "GIF");
+    EXPECT_EQ(img->width(), 10) << "the logical screen";
+    EXPECT_EQ(img->height(), 20);
+    EXPECT_TRUE(img->globalColor());
+    EXPECT_EQ(img->colorResolution(), 7);
+    EXPECT_EQ(img->tableSize(), 4);
+    EXPECT_EQ(img->colors()[1], 0x00FE0201u) << "0x00BBGGRR";
+    EXPECT_EQ(img->frames().size(), 1u);
+    EXPECT_EQ(img->frame()->width(), 3);
+    EXPECT_EQ(img->frame()->height(), 2);
+    EXPECT_EQ(img->frame()->leftPos(), 1);
+    EXPECT_EQ(img->frame()->topPos(), 2);
+    EXPECT_EQ(pixelsOf(*img), pixels);
+    EXPECT_TRUE(img->isIndexed());
+    EXPECT_FALSE(img->hasMask());
+    EXPECT_EQ(img->colorSpace(), csAuto);
+    EXPECT_EQ(img->bitsPerComponent(), 8);
+}
+
+TEST(GifFile, ObjectsOfAnIndexedFrame) {
+    auto img = read(Gif(10, 20, 2).control(true, 5).frame(3, 2, lzw({0, 1, 2, 3, 3, 2}, 2)).trailer().bytes);
+    TObjects objects;
+    const uint64_t n = img->addObjectSpecs(&objects, "", nullptr, csAuto, ConvertImages{});
+    img->addObjectPalette(&objects);
+    TBaseObject* o = objects.get(n);
+    EXPECT_EQ(o->comment(), "Image/GIF");
+    const std::string t = head(o);
+    EXPECT_EQ(t.substr(0, t.find("   /Length ")), "3 0 obj\n"
+                                                  "<< /Subtype /Image\n"
+                                                  "   /Width 3\n"
+                                                  "   /Height 2\n"
+                                                  "   /ColorSpace [/Indexed /DeviceRGB 3 4 0 R]\n"
+                                                  "   /BitsPerComponent 8\n"
+                                                  "   /Mask [5 5 ]\n"
+                                                  "   /Length1 6\n");
+    TBaseObject* pal = objects.get(4);
+    EXPECT_EQ(pal->comment(), "");
+    EXPECT_EQ(head(pal).substr(0, 22), "4 0 obj\n<< /Length1 12");
+}
+
+TEST(GifFile, GlobalPaletteWinsOverLocal) {
+    auto img = read(Gif(2, 1, 1).frame(2, 1, lzw({0, 1}, 2), 3, false, 50).trailer().bytes);
+    ASSERT_TRUE(img->frame()->localColor());
+    TObjects objects;
+    const uint64_t n = img->addObjectSpecs(&objects, "", nullptr, csAuto, ConvertImages{});
+    img->addObjectPalette(&objects);
+    EXPECT_NE(head(objects.get(n)).find("[/Indexed /DeviceRGB 1 4 0 R]"), std::string::npos);
+    // The palette object holds the global table: two entries.
+    EXPECT_EQ(head(objects.get(4)).substr(0, 21), "4 0 obj\n<< /Length1 6");
+}
+
+TEST(GifFile, LocalPaletteWithoutGlobal) {
+    auto img = read(Gif(2, 1).frame(2, 1, lzw({0, 1}, 2), 3, false, 50).trailer().bytes);
+    EXPECT_TRUE(img->isIndexed());
+    EXPECT_EQ(img->palette(), nullptr);
+    const auto pal = img->frame()->palette()->pointChunk(0, 0);
+    ASSERT_EQ(pal.size(), 24u);
+    EXPECT_EQ(pal[0], 50);
+    EXPECT_EQ(pal[23], 248);
+    TObjects objects;
+    EXPECT_NE(head(objects.get(img->addObjectSpecs(&objects, "", nullptr, csAuto, ConvertImages{})))
+                  .find("[/Indexed /DeviceRGB 7 4 0 R]"),
+              std::string::npos);
+}
+
+TEST(GifFile, NoColourTableIsGray) {
+    auto img = read(Gif(2, 1).frame(2, 1, lzw({0, 1}, 2)).trailer().bytes);
+    EXPECT_FALSE(img->isIndexed());
+    TObjects objects;
+    const std::string t = head(objects.get(img->addObjectSpecs(&objects, "", nullptr, csAuto, ConvertImages{})));
+    EXPECT_NE(t.find("   /ColorSpace /DeviceGray\n"), std::string::npos) << t;
+    EXPECT_EQ(t.find("/Mask"), std::string::npos);
+}
+
+TEST(GifFile, ExtensionsBeforeTheFrame) {
+    Gif g(2, 1, 1);
+    g.comment("hello");
+    // An application extension with two data sub-blocks.
+    g.bytes.insert(g.bytes.end(), {0x21, 0xFF, 3, 'A', 'B', 'C', 2, 1, 0, 0});
+    g.control(true, 1).frame(2, 1, lzw({1, 0}, 2)).trailer();
+    auto img = read(g.bytes);
+    EXPECT_EQ(img->frame()->comment(), "hello");
+    EXPECT_TRUE(img->frame()->isTrans());
+    EXPECT_EQ(img->frame()->numTrans(), 1);
+    EXPECT_EQ(img->frame()->delay(), 10);
+    EXPECT_EQ(pixelsOf(*img), (Bytes{1, 0}));
+}
+
+TEST(GifFile, InterlacedRowsComeInDisplayOrder) {
+    const int h = 11;
+    // Pass order 0 8 | 4 | 2 6 10 | 1 3 5 7 9; each row holds its own number.
+    const int order[h] = {0, 8, 4, 2, 6, 10, 1, 3, 5, 7, 9};
+    Bytes stored;
+    for (int y : order) stored.insert(stored.end(), {static_cast<uint8_t>(y), static_cast<uint8_t>(y)});
+    auto img = read(Gif(2, h).frame(2, h, lzw(stored, 4), 0, true).trailer().bytes);
+    Bytes expected;
+    for (int y = 0; y < h; ++y) expected.insert(expected.end(), {static_cast<uint8_t>(y), static_cast<uint8_t>(y)});
+    EXPECT_EQ(pixelsOf(*img), expected);
+    // Only passes that start inside the image are walked.
+    auto two = read(Gif(1, 2).frame(1, 2, lzw({7, 9}, 4), 0, true).trailer().bytes);
+    EXPECT_EQ(pixelsOf(*two), (Bytes{7, 9}));
+}
+
+TEST(GifFile, FrameDataIsBoundedByItsSize) {
+    // Too few pixels before the end code: the rest of the frame is 0.
+    EXPECT_EQ(pixelsOf(*read(Gif(3, 2).frame(3, 2, lzw({1, 2}, 2)).trailer().bytes)), (Bytes{1, 2, 0, 0, 0, 0}));
+    // Too many: the frame keeps its own.
+    EXPECT_EQ(pixelsOf(*read(Gif(2, 1).frame(2, 1, lzw(Bytes(5000, 3), 2)).trailer().bytes)), (Bytes{3, 3}));
+}
+
+TEST(GifFile, PixelLimit) {
+    EXPECT_EQ(failure(Gif(1, 1).frame(65535, 65535, codes(2, {4, 1, 5})).trailer().bytes),
+              "Image of 65535 x 65535 pixels exceeds the limit of 268435456 pixels");
+}
+
+TEST(GifFile, CopyHasItsOwnBuffer) {
+    auto img = read(Gif(2, 1, 1).frame(2, 1, lzw({1, 0}, 2)).trailer().bytes);
+    auto copy = img->getCopy();
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(copy->width(), 2);
+    EXPECT_NE(copy->buffer(), img->buffer());
+    EXPECT_TRUE(copy->isIndexed());
+}
+
+// ---------------------------------------------------------------- third-party files
+
+TEST(GifCorpus, EveryFileReadsOrFailsWithAKnownText) {
+    const fs::path dir = fs::path(KIVU_SOURCE_DIR) / ".." / "shared" / "corpus" / "gif";
+    if (!fs::is_directory(dir)) GTEST_SKIP() << "GIF corpus not found at " << dir;
+    int read = 0, failed = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(dir)) {
+        if (entry.path().extension() != ".gif") continue;
+        const std::string name = entry.path().filename().string();
+        auto img = std::make_unique<TImageGIF>(TBuffer::loadFromFile(entry.path().string()));
+        try {
+            img->readSpecs();
+        } catch (const KivuException& e) {
+            ++failed;
+            const std::string what = e.what();
+            EXPECT_TRUE(what == "GIF: Invalid GIF image" || what == "This suck!" ||
+                        what.rfind("GIF: Invalid version '", 0) == 0)
+                << name << ": " << what;
+            continue;
+        }
+        ++read;
+        TGIF* f = img->frame();
+        ASSERT_NE(f, nullptr) << name;
+        EXPECT_EQ(f->data()->size(), static_cast<uint64_t>(f->width()) * f->height()) << name;
+        TObjects objects;
+        const uint64_t n = img->addObjectSpecs(&objects, name, nullptr, csAuto, ConvertImages{});
+        if (img->isIndexed()) img->addObjectPalette(&objects);
+        for (uint64_t i = n; i < objects.nextObjectNum(3); ++i) EXPECT_FALSE(objects.get(i)->toPDF()->to_string().empty());
+    }
+    EXPECT_GT(read, 40);
+}
