@@ -24,8 +24,6 @@ w, h = (int(v) for v in args.size.split("x"))
 work = tempfile.mkdtemp(prefix="kivu_batch_")
 try:
     from PIL import Image
-    import random
-    random.seed(1)
     base = Image.effect_noise((w, h), 40).convert("RGB")
     files = []
     for i in range(args.count):

@@ -27,13 +27,13 @@ inline int32_t truncToInt(float v) {
     return static_cast<int32_t>(v);
 }
 
-inline void hashCombine(size_t& seed, size_t value) {
-    seed ^= value + 0x9e3779b97f4a7c15ull + (seed << 6) + (seed >> 2);
+inline void hashCombine(size_t& acc, size_t value) {
+    acc ^= value + 0x9e3779b97f4a7c15ull + (acc << 6) + (acc >> 2);
 }
 
 template <typename T>
-inline void hashValue(size_t& seed, const T& value) {
-    hashCombine(seed, std::hash<T>{}(value));
+inline void hashValue(size_t& acc, const T& value) {
+    hashCombine(acc, std::hash<T>{}(value));
 }
 
 }  // namespace kivu
