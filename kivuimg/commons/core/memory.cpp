@@ -12,6 +12,10 @@
 
 namespace kivu {
 
+namespace {
+constexpr uint64_t kMaxSlack = 64 * 1024;
+}
+
 TMemory::TMemory(uint64_t reserve, uint64_t hint) : reserveStep_(reserve), blockHint_(hint) { TMemory::freeMem(); }
 
 TMemory::TMemory(std::span<const uint8_t> source) : reserveStep_(48), blockHint_(8192) {
@@ -76,8 +80,10 @@ bool TMemory::_reserveMem(uint64_t extra) {
     }
     const uint64_t step = extra ? extra : reserveStep_;
     if (!data_) {
-        // The first block has one step of slack beyond the request.
-        const uint64_t first = extra + (reserveStep_ ? reserveStep_ : 48);
+        // The first block has one step of slack beyond the request; a block
+        // made for a known size (the step is that size) keeps the slack small.
+        const uint64_t slack = reserveStep_ ? (reserveStep_ < kMaxSlack ? reserveStep_ : kMaxSlack) : 48;
+        const uint64_t first = extra + slack;
         data_ = static_cast<uint8_t*>(std::malloc(first));
         if (!data_) return false;
         allocated_ = first;
@@ -102,10 +108,10 @@ bool TMemory::_reserveMem(uint64_t extra) {
 bool TMemory::_reinit(uint64_t n) {
     freeMem();
     if (n == 0) return true;
-    data_ = static_cast<uint8_t*>(std::malloc(n));
+    // One byte more than asked, so that appending n bytes needs no growth.
+    data_ = static_cast<uint8_t*>(std::malloc(n + 1));
     if (!data_) return false;
-    // The block counts as empty: the next reservation may resize it.
-    allocated_ = n;
+    allocated_ = n + 1;
     return true;
 }
 
@@ -205,7 +211,7 @@ bool TMemory::uncomp(uint64_t limit) {
     if (used_ == 0) return false;
     std::vector<uint8_t> out = _uncomp(bytes(), 0, 15, limit);
     if (out.size() > used_) {
-        if (!_reinit(out.size() + 1)) return false;
+        if (!_reinit(out.size())) return false;
     }
     clear();
     if (out.empty()) return false;
