@@ -183,3 +183,44 @@ TEST(Funcs, ThreadCounter) {
 }
 
 TEST(Funcs, Md5OfText) { EXPECT_EQ(md5("abc"), "900150983CD24FB0D6963F7D28E17F72"); }
+
+TEST(Settings, FontCatalogueAndResources) {
+    const std::string home = freshDir("home4");
+    ASSERT_TRUE(TSettings::createDefaultConfigFile(home));
+    TSettings s(home, LogOut::quiet, -1);
+    TSettings* saved = g_settings;
+    g_settings = &s;
+    auto message = [&]() {
+        try {
+            s.getFontsCatalog();
+        } catch (const KivuException& e) {
+            return std::string(e.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(message(), "File catalog.json doesn't exists");
+    fs::create_directories(TSettings::getFontsFolder());
+    filePutContents(TSettings::fontsCatalogFileName(), "{ not json", false);
+    EXPECT_EQ(message(), "Invalid catalog.json file");
+    filePutContents(TSettings::fontsCatalogFileName(), "{\"catalog\": []}", false);
+    EXPECT_EQ(message(), "Fonts not defined");
+
+    std::vector<SFontItem> fonts = {{"Sans", "s.ttf", "sb.ttf", "si.ttf", "sbi.ttf"}};
+    s.initFontsLocation(fonts, {{"Arial", "Sans"}});
+    const auto back = s.getFontsCatalog();
+    ASSERT_EQ(back.size(), 1u);
+    EXPECT_EQ(back[0].boldItalic, "sbi.ttf");
+    EXPECT_EQ(s.getFontFamilyAliases().at("Arial"), "Sans");
+
+    EXPECT_EQ(TSettings::getFontsFolder(), home + "resources/fonts/");
+    EXPECT_EQ(g_checkFile2Resources("res://logo.PNG"), home + "resources/images/logo.PNG");
+    EXPECT_EQ(g_checkFile2Resources("res://sRGB.icc"), home + "resources/profiles/sRGB.icc");
+    EXPECT_EQ(g_checkFile2Resources("res://x.unknown"), "");
+    fs::create_directories(home + "output");
+    fs::create_directories(home + "logs");
+    EXPECT_TRUE(g_validatePackagePath(home + "document.xml"));
+    EXPECT_FALSE(g_validatePackagePath(home + "resources/fonts/x.ttf"));
+    EXPECT_FALSE(s.isValidPackageFolder(home + "resources"));
+    EXPECT_TRUE(s.isValidPackageFolder(home));
+    g_settings = saved;
+}
