@@ -1,0 +1,668 @@
+"""PNG, GIF and BMP pages: every file converts or falls back, and a converted
+page shows the file's pixels.
+
+For each input the test converts it on its own page and checks the PDF with
+qpdf.  It then compares three things:
+
+* the image as the PDF describes it (samples through its colour space and
+  palette, decoded by qpdf) with Pillow's decoding of the file, or with the
+  library's rule where that rule gives other colours than Pillow;
+* the colour key or soft mask, separately;
+* the page that pdftoppm renders at 96 dpi (one page pixel per image pixel)
+  with the expected colours, masked pixels showing the white page.
+
+Images made here with Pillow cover the common layouts; the third-party files
+in ../shared/corpus/{png,gif,bmp} cover the rest when that folder exists.
+Every corpus file whose handling isn't plain is listed below with its reason.
+"""
+import base64
+import io
+import json
+import os
+import struct
+import subprocess
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tools"))
+import kivutest as k
+
+k.need("qpdf", "pdftoppm")
+from PIL import Image
+
+TMP = k.tmpdir("kivu_raster_")
+
+# ---------------------------------------------------------------------------
+# Corpus files that fall back, with the reason.  The key is the path below the
+# corpus folder; the value the message the library raises (a prefix).
+FALLBACK = {
+    # PngSuite: interlaced files are refused.
+    **{"png/pngsuite/%s" % n: "PNG: Interlacing not supported" for n in [
+        "basi0g01.png", "basi0g02.png", "basi0g04.png", "basi0g08.png", "basi2c08.png", "basi3p01.png",
+        "basi3p02.png", "basi3p04.png", "basi3p08.png", "basi4a08.png", "basi6a08.png", "bgai4a08.png",
+        "s01i3p01.png",
+        "s02i3p01.png", "s03i3p01.png", "s04i3p01.png", "s05i3p02.png", "s06i3p02.png", "s07i3p02.png",
+        "s08i3p02.png", "s09i3p02.png", "s32i3p04.png", "s33i3p04.png", "s34i3p04.png", "s35i3p04.png",
+        "s36i3p04.png", "s37i3p04.png", "s38i3p04.png", "s39i3p04.png", "s40i3p04.png"]},
+    # Broken files of the suite.
+    "png/pngsuite/xc1n0g08.png": "PNG: Unknown color type",       # colour type 1
+    "png/pngsuite/xc9n2c08.png": "PNG: Unknown color type",       # colour type 9
+    "png/pngsuite/xcrn0g04.png": "Unsupported PNG file format",   # CR bytes added to the signature
+    "png/pngsuite/xlfn0g04.png": "Unsupported PNG file format",   # LF bytes added to the signature
+    "png/pngsuite/xs1n0g01.png": "Unsupported PNG file format",   # signature byte 1 wrong
+    "png/pngsuite/xs2n0g01.png": "Unsupported PNG file format",   # signature byte 2 wrong
+    "png/pngsuite/xs4n0g01.png": "Unsupported PNG file format",   # signature byte 4 wrong
+    "png/pngsuite/xs7n0g01.png": "Unsupported PNG file format",   # signature byte 7 wrong
+    "png/pngsuite/xd9n2c08.png": "PNG: 16-bit depth not supported",  # depth 99
+    # GIF: no frame loads, or an LZW stream that is broken or ends early.
+    "gif/image-gif/issue-96-small-codesize.gif": "GIF: Invalid GIF image",      # no frame loads
+    "gif/pillow/zero_width.gif": "GIF: Invalid GIF image",                      # frame width 0
+    "gif/wuffs/artificial-gif/zero-width-frame.gif": "GIF: Invalid GIF image",  # frame width 0
+    "gif/wuffs/artificial-gif/no-frames.gif": "GIF: Invalid GIF image",         # trailer only
+    "gif/image-gif/issue-117-out-of-range.gif": "This suck!",                   # LZW codes out of range
+    "gif/pillow/decompression_bomb.gif": "This suck!",                          # stream ends without end code
+    "gif/wuffs/hippopotamus.interlaced.truncated.gif": "This suck!",            # file cut inside the stream
+    "gif/wuffs/artificial-gif/pixel-data-none.gif": "This suck!",               # no LZW data at all
+    # BMP: depths and compressions that aren't read, hostile sizes, other headers.
+    "bmp/b/badbitcount.bmp": "Error parsing BMP image - Unsupported biBitCount",   # 30000 bits
+    "bmp/q/pal2.bmp": "Error parsing BMP image - Unsupported biBitCount",          # 2 bits
+    "bmp/q/pal2color.bmp": "Error parsing BMP image - Unsupported biBitCount",     # 2 bits
+    "bmp/q/rgba64.bmp": "Error parsing BMP image - Unsupported biBitCount",        # 64 bits
+    "bmp/b/badwidth.bmp": "Image of 4294967169 x 64 pixels exceeds the limit",     # negative width
+    "bmp/b/reallybig.bmp": "Image of 3000000 x 2000000 pixels exceeds the limit",  # 6e12 pixels
+    "bmp/q/rgb24jpeg.bmp": "JPeg compressed BMP image is not yet supported!",
+    "bmp/q/rgb24rle24.bmp": "JPeg compressed BMP image is not yet supported!",     # OS/2 RLE24 is value 4
+    "bmp/q/rgb24png.bmp": "PNG compressed BMP image is not yet supported!",
+    "bmp/q/rgba32abf.bmp": "Unsupported biCompression mode: 6",                    # BI_ALPHABITFIELDS
+    # The 12-byte OS/2 header: the 40-byte layout reads pixel bytes as biCompression.
+    "bmp/g/pal8os2.bmp": "Unsupported biCompression mode: 13056",
+    "bmp/q/pal8os2-hs.bmp": "Unsupported biCompression mode: 13056",
+    "bmp/q/pal8os2-sz.bmp": "Unsupported biCompression mode: 13056",
+    "bmp/q/pal8os2sp.bmp": "Unsupported biCompression mode: 13056",
+    "bmp/x/ba-bm.bmp": "Unsupported biCompression mode: 8323072",                  # OS/2 bitmap array
+}
+# 16-bit PNGs are refused ("PNG: 16-bit depth not supported"); found by name below.
+SIXTEEN = "PNG: 16-bit depth not supported"
+
+# Files that convert although they are broken: what the page shows instead.
+BROKEN_BUT_CONVERTS = {
+    # CRCs are not checked: these render like their good twins.
+    "png/pngsuite/xcsn0g01.png": "IDAT CRC wrong, not checked",
+    "png/pngsuite/xhdn0g08.png": "IHDR CRC wrong, not checked",
+    # Depth 0 and 3 pass the header test (only 9 and more is refused) and
+    # give an image dictionary that no viewer can draw; Pillow refuses them.
+    "png/pngsuite/xd0n2c08.png": "depth 0 passes the header test; Pillow refuses it",
+    "png/pngsuite/xd3n2c08.png": "depth 3 passes the header test; Pillow refuses it",
+    # No IDAT: an empty stream.
+    "png/pngsuite/xdtn0g01.png": "no IDAT chunk: the image has no data; Pillow refuses it",
+}
+
+
+# Files that convert but that Pillow can't decode, so there is nothing to
+# compare the page with; the PDF is still checked.
+NO_REFERENCE = {
+    # A frame of 64311 x 56 on a screen of 11390 x 12595: Pillow calls it a bomb.
+    "gif/image-gif/issue-96-small-codesize-2.gif": "Pillow refuses the screen size",
+    # An end code before the frame is full; the rest of the frame is 0, Pillow raises.
+    "gif/wuffs/artificial-gif/pixel-data-not-enough.gif": "Pillow: truncated",
+}
+
+# BMP files whose colours follow a rule of the library rather than Pillow.
+# "555": 16-bit pixels are 5-5-5 whatever the bit fields say, each channel
+#        moved up by 3 with its low bits 0 (Pillow scales 31 to 255).
+# "bgr": 32-bit pixels are blue, green, red, unused whatever the bit fields
+#        or the header size say.
+# "table": 1, 4 and 8 bits: the colour table is read from offset 54 up to
+#        the pixels whatever the header size, so a longer header lands in
+#        the table and shifts it; indices past the table show its last entry.
+# "rle": RLE deltas don't move the output, a cut stream leaves zeros, and
+#        line ends pad by the line rule.
+# "twin": Pillow's RLE4 reading of this file is off; the uncompressed twin
+#        g/pal4.bmp is the reference.
+BMP_RULES = {
+    **{"bmp/" + n: "555" for n in [
+        "g/rgb16.bmp", "g/rgb16bfdef.bmp", "g/rgb16-565.bmp", "g/rgb16-565pal.bmp", "q/rgb16faketrns.bmp",
+        "q/rgba16-5551.bmp", "q/rgb16-231.bmp", "q/rgb16-3103.bmp", "q/rgba16-1924.bmp", "q/rgba16-4444.bmp",
+        "b/rgb16-880.bmp"]},
+    **{"bmp/" + n: "bgr" for n in [
+        "g/rgb32bf.bmp", "q/rgb32-111110.bmp", "q/rgb32-7187.bmp", "q/rgba32-1010102.bmp", "q/rgba32-2.bmp",
+        "q/rgba32-61754.bmp", "q/rgba32-81284.bmp", "q/rgb32-xbgr.bmp", "q/rgb32h52.bmp", "q/rgba32h56.bmp"]},
+    **{"bmp/" + n: "table" for n in [
+        "g/pal8v4.bmp", "g/pal8v5.bmp", "q/pal8os2v2.bmp", "q/pal8os2v2-sz.bmp", "q/pal8os2v2-16.bmp",
+        "b/badheadersize.bmp", "b/pal8badindex.bmp", "b/badpalettesize.bmp", "q/pal8oversizepal.bmp",
+        "q/pal1huffmsb.bmp", "b/shortfile.bmp"]},
+    **{"bmp/" + n: "rle" for n in [
+        "b/badrle.bmp", "b/badrle4.bmp", "b/badrle4bis.bmp", "b/badrle4ter.bmp", "b/badrlebis.bmp",
+        "b/badrleter.bmp", "q/pal4rlecut.bmp", "q/pal4rletrns.bmp", "q/pal8rlecut.bmp", "q/pal8rletrns.bmp"]},
+    "bmp/g/pal4rle.bmp": "twin",
+}
+
+
+def rel(path):
+    return os.path.relpath(path, k.CORPUS) if path.startswith(k.CORPUS) else os.path.basename(path)
+
+
+# ---------------------------------------------------------------------------
+# Reading the PDF back
+
+
+def pdf_objects(pdf):
+    """Object number -> (dictionary, decoded stream bytes or None)."""
+    r = subprocess.run(["qpdf", "--json=2", "--json-key=qpdf", "--json-stream-data=inline",
+                        "--decode-level=generalized", pdf], capture_output=True)
+    doc = json.loads(r.stdout.decode())
+    out = {}
+    for key, val in doc["qpdf"][1].items():
+        if not key.startswith("obj:"):
+            continue
+        num = int(key.split(":")[1].split()[0])
+        if "stream" in val:
+            s = val["stream"]
+            data = base64.b64decode(s["data"]) if "data" in s else None
+            out[num] = (s["dict"], data)
+        else:
+            out[num] = (val.get("value"), None)
+    return out
+
+
+def ref(v):
+    return int(v.split()[0])
+
+
+def page_image(objs):
+    """The dictionary and data of the image the page draws, by number."""
+    for num, (d, _) in objs.items():
+        if isinstance(d, dict) and d.get("/Type") == "/Page":
+            xo = d["/Resources"]["/XObject"]
+            return ref(list(xo.values())[0])
+    raise AssertionError("no page")
+
+
+def unpack(data, bpc, count):
+    """`count` samples of `bpc` bits each, rows already cut by the caller."""
+    if bpc == 8:
+        return list(data[:count])
+    out = []
+    per = 8 // bpc
+    mask = (1 << bpc) - 1
+    for byte in data:
+        for i in range(per):
+            out.append((byte >> (8 - bpc * (i + 1))) & mask)
+    return out[:count]
+
+
+def pdf_pixels(objs, num):
+    """(width, height, [rgb tuples], key-masked [bools] or None, alpha [ints] or None)."""
+    d, data = objs[num]
+    w, h, bpc = d["/Width"], d["/Height"], d["/BitsPerComponent"]
+    cs = d["/ColorSpace"]
+    if isinstance(cs, list):
+        assert cs[0] == "/Indexed" and cs[1] == "/DeviceRGB", cs
+        hival = cs[2]
+        pal = objs[ref(cs[3])][1]
+        comps = 1
+    else:
+        comps = {"/DeviceGray": 1, "/DeviceRGB": 3}[cs]
+    row_bytes = (w * comps * bpc + 7) // 8
+    data = data or b""
+    samples = []
+    for y in range(h):
+        row = data[y * row_bytes:(y + 1) * row_bytes]
+        row = row + bytes(row_bytes - len(row))
+        samples.extend(unpack(row, bpc, w * comps))
+    pixels = []
+    raw = []
+    for i in range(w * h):
+        s = tuple(samples[i * comps:(i + 1) * comps])
+        raw.append(s)
+        if isinstance(cs, list):
+            idx = min(s[0], hival)
+            pixels.append(tuple(pal[3 * idx:3 * idx + 3]))
+        elif comps == 1:
+            v = s[0] * 255 // ((1 << bpc) - 1)
+            pixels.append((v, v, v))
+        else:
+            pixels.append(s)
+    keyed = None
+    if "/Mask" in d:
+        m = d["/Mask"]
+        pairs = [(m[2 * i], m[2 * i + 1]) for i in range(len(m) // 2)]
+        keyed = [all(lo <= c <= hi for c, (lo, hi) in zip(s, pairs)) for s in raw]
+    alpha = None
+    if "/SMask" in d:
+        md, mdata = objs[ref(d["/SMask"])]
+        assert (md["/Width"], md["/Height"], md["/ColorSpace"], md["/BitsPerComponent"]) == (w, h, "/DeviceGray", 8)
+        alpha = list((mdata or b"") + bytes(w * h))[:w * h]
+    return w, h, pixels, keyed, alpha
+
+
+# ---------------------------------------------------------------------------
+# Rendering
+
+# Splash (pdftoppm) interpolates an image that it draws at less than four
+# times its size, which blurs a page at 96 dpi by a fraction of a pixel.  The
+# page is rendered at 4 x 96 dpi (more when the image is drawn smaller than
+# its pixel size) and each image pixel is read at the centre of its block:
+# one sample per image pixel, none interpolated.
+
+
+def render(pdf, page_w, page_h, w, h):
+    """The image's w x h pixels as drawn over a page of page_w x page_h pixels at 96 dpi."""
+    scale = 4 * max(1, -(-w // max(page_w, 1)), -(-h // max(page_h, 1)))
+    page = k.render(pdf, dpi=96 * scale)
+    pw, ph = page.size
+    if abs(pw - page_w * scale) > 1 or abs(ph - page_h * scale) > 1:
+        return None
+    px = page.load()
+    return [px[int((x + 0.5) * pw / w), int((y + 0.5) * ph / h)] for y in range(h) for x in range(w)]
+
+
+# ---------------------------------------------------------------------------
+# Checking one file
+
+results = {"converted": 0, "fell back": 0, "rule": 0}
+failures = []
+
+
+def fail(path, msg):
+    failures.append("%s: %s" % (rel(path), msg))
+
+
+def first_diff(a, b, w):
+    for i, (x, y) in enumerate(zip(a, b)):
+        if x != y:
+            return "first difference at (%d, %d): %s vs %s" % (i % w, i // w, x, y)
+    return "lengths %d vs %d" % (len(a), len(b))
+
+
+def convert(path):
+    name = os.path.basename(path)
+    pdf = os.path.join(TMP, name + ".pdf")
+    r = k.run(["convert", path, "-o", pdf])
+    fell = b"falls back" in r.stderr
+    return pdf, fell, r.stderr.decode()
+
+
+def check(path, expect_ext, expected=None, rule=None, fallback=None):
+    """expected: function() -> (w, h, [rgb], masked [bool] or None, alpha or None), the colours by
+    Pillow or by a named rule; fallback: the message prefix when the file must fall back."""
+    pdf, fell, err = convert(path)
+    k.qpdf_check(pdf)
+    info = k.info(path)
+    if fallback:
+        results["fell back"] += 1
+        if not fell or info["ext"] != "JPG":
+            fail(path, "should fall back (%s) but converted" % fallback)
+        return
+    if fell:
+        fail(path, "fell back: " + err.strip())
+        return
+    if info["ext"] != expect_ext:
+        fail(path, "ext %s" % info["ext"])
+    results["converted"] += 1
+    if rule:
+        results["rule"] += 1
+    if expected is None:
+        # A broken file that converts: the page exists and the PDF is sound.
+        return
+    objs = pdf_objects(pdf)
+    num = page_image(objs)
+    w, h, got, keyed, alpha = pdf_pixels(objs, num)
+    size = gif_parse(path)[4] if expect_ext == "GIF" else (w, h)
+    if (info["width"], info["height"]) != size:
+        fail(path, "info size %sx%s, expected %sx%s" % (info["width"], info["height"], size[0], size[1]))
+    if info["hasMask"] != (alpha is not None):
+        fail(path, "info hasMask %s" % info["hasMask"])
+    if info["isIndexed"] != isinstance(objs[num][0]["/ColorSpace"], list):
+        fail(path, "info isIndexed %s" % info["isIndexed"])
+    try:
+        ew, eh, want, want_keyed, want_alpha = expected()
+    except Exception as e:
+        if rel(path) in NO_REFERENCE:
+            results["no reference"] = results.get("no reference", 0) + 1
+        else:
+            fail(path, "no reference decoding: %s: %s" % (type(e).__name__, e))
+        return
+    if (ew, eh) != (w, h):
+        fail(path, "size %dx%d, expected %dx%d" % (w, h, ew, eh))
+        return
+    # The colour samples, masked or not.
+    if got != want:
+        fail(path, "colours differ%s: %s" % (" (rule: %s)" % rule if rule else "", first_diff(got, want, w)))
+    # The mask, separately.
+    if (keyed or None) != (want_keyed or None) and not (keyed is None and not any(want_keyed or [])):
+        fail(path, "colour key masks other pixels: %s" % first_diff(keyed or [], want_keyed or [], w))
+    if alpha != want_alpha:
+        fail(path, "soft mask differs: %s" % first_diff(alpha or [], want_alpha or [], w))
+    # The rendered page.
+    # The page has the image's size; a GIF frame is drawn over the logical screen.
+    page = render(pdf, info["width"], info["height"], w, h)
+    if page is None:
+        fail(path, "page size differs from the image")
+        return
+    exact = True
+    for i in range(w * h):
+        c = want[i]
+        if want_keyed and want_keyed[i]:
+            c = (255, 255, 255)
+        if want_alpha is not None:
+            a = want_alpha[i]
+            c = tuple((v * a + 255 * (255 - a) + 127) // 255 for v in c)
+            if max(abs(x - y) for x, y in zip(page[i], c)) > 2:
+                exact = False
+        elif page[i] != c:
+            exact = False
+        if not exact:
+            fail(path, "page pixel (%d, %d) is %s, expected %s" % (i % w, i // w, page[i], c))
+            break
+
+
+# ---------------------------------------------------------------------------
+# Expected colours
+
+
+def pillow_rgb(im):
+    return list(im.convert("RGB").getdata())
+
+
+def png_expected(path):
+    def f():
+        im = Image.open(path)
+        im.load()
+        w, h = im.size
+        keyed = alpha = None
+        if im.mode in ("RGBA", "LA"):
+            alpha = list(im.getchannel("A").getdata())
+            colour = im.convert("RGB") if im.mode == "RGBA" else im.getchannel("L").convert("RGB")
+            return w, h, list(colour.getdata()), None, alpha
+        rgb = pillow_rgb(im)
+        trns = png_chunk(path, b"tRNS")
+        if trns is not None:
+            ctype, depth = png_header(path)
+            if ctype == 3:
+                # Rule: an indexed PNG keys out index 0, whatever tRNS holds.
+                keyed = [i == 0 for i in im.getdata()]
+            elif ctype == 0:
+                # Rule: the low byte of the 16-bit gray value.
+                v = trns[1] * 255 // ((1 << depth) - 1)
+                keyed = [c[0] == v for c in rgb]
+            elif ctype == 2:
+                key = (trns[1], trns[3], trns[5])
+                keyed = [c == key for c in rgb]
+        return w, h, rgb, keyed, alpha
+    return f
+
+
+def png_chunks(path):
+    data = open(path, "rb").read()
+    at = 8
+    while at + 8 <= len(data):
+        n, t = struct.unpack(">I4s", data[at:at + 8])
+        yield t, data[at + 8:at + 8 + n]
+        at += 12 + n
+
+
+def png_chunk(path, kind):
+    for t, body in png_chunks(path):
+        if t == kind:
+            return body
+    return None
+
+
+def png_header(path):
+    h = png_chunk(path, b"IHDR")
+    return h[9], h[8]
+
+
+def gif_parse(path):
+    """Global table, the first frame's extents, local table and transparent index, the screen size."""
+    d = open(path, "rb").read()
+    screen = struct.unpack("<HH", d[6:10])
+    packed = d[10]
+    at = 13
+    glob = None
+    if packed & 0x80:
+        n = 2 << (packed & 7)
+        glob = d[at:at + 3 * n]
+        at += 3 * n
+    trans = None
+    while at < len(d):
+        b = d[at]
+        at += 1
+        if b == 0x21:
+            label = d[at]
+            at += 1
+            if label == 0xF9 and d[at + 1] & 1:
+                trans = d[at + 4]
+            while at < len(d) and d[at]:
+                at += d[at] + 1
+            at += 1
+        elif b == 0x2C:
+            x, y, w, h, p = struct.unpack("<HHHHB", d[at:at + 9])
+            local = None
+            if p & 0x80:
+                n = 2 << (p & 7)
+                local = d[at + 9:at + 9 + 3 * n]
+            return glob, (x, y, w, h), local, trans, screen
+        else:
+            break
+    return glob, None, None, trans, screen
+
+
+def gif_expected(path):
+    def f():
+        glob, (x, y, w, h), local, trans, _ = gif_parse(path)
+        im = Image.open(path)
+        im.load()
+        # Pillow draws the first frame on the logical screen: cut it out again.
+        frame = im.crop((x, y, x + w, y + h)) if im.size != (w, h) else im
+        idx = list(frame.getdata())
+        if glob is None and local is None:
+            # No colour table: the indices go out as gray levels.
+            return w, h, [(v, v, v) for v in idx], None, None
+        # Rule: the global palette wins over a local one (Pillow takes the
+        # local one), and the viewer shows an index past the table as its
+        # last entry.
+        pal = glob if glob is not None else local
+        hival = len(pal) // 3 - 1
+        rgb = [tuple(pal[3 * min(i, hival):3 * min(i, hival) + 3]) for i in idx]
+        keyed = [i == trans for i in idx] if trans is not None else None
+        return w, h, rgb, keyed, None
+    return f
+
+
+def gif_rule(path):
+    glob, _, local, _, _ = gif_parse(path)
+    return "global palette wins" if glob is not None and local is not None else None
+
+
+def bmp_header(path):
+    d = open(path, "rb").read()
+    off, = struct.unpack("<I", d[10:14])
+    size, w, hgt, planes, bits, comp = struct.unpack("<IiiHHI", d[14:34])
+    return d, off, size, w, hgt, bits, comp
+
+
+def rle8(src, w, limit):
+    """The RLE8 rule: line ends pad to the line length, deltas are skipped."""
+    out, line, i = bytearray(), (w + 3) // 4 * 4, 0
+    src = bytes(src) + b"\0"
+    while i < len(src) - 1 and len(out) < limit:
+        c, v = src[i], src[i + 1]
+        i += 2
+        if c:
+            out += bytes([v]) * c
+        elif v in (0, 1):
+            if line and len(out) % line:
+                out += bytes(line - len(out) % line)
+        elif v == 2:
+            i += 2
+        else:
+            out += src[i:i + v].ljust(v, b"\0")
+            i += v + (v & 1)
+    return bytes(out[:limit])
+
+
+def rle4(src, w, limit):
+    """The RLE4 rule, with its own line length: W + 3 - ((w - 1) / 2 mod 4) pixels."""
+    px, i = [], 0
+    line = w // 2 + w % 2 + 3 - (int((w - 1) / 2) % 4)
+    src = bytes(src) + b"\0"
+    while i < len(src) - 1 and len(px) < 2 * limit:
+        c, v = src[i], src[i + 1]
+        i += 2
+        if c:
+            px += [(v & 15) if n % 2 else (v >> 4) for n in range(c)]
+        elif v in (0, 1):
+            while len(px) % line:
+                px.append(0)
+        elif v == 2:
+            i += 2
+        else:
+            run = src[i:i + (v + 1) // 2].ljust((v + 1) // 2, b"\0")
+            px += [(run[n // 2] & 15) if n % 2 else (run[n // 2] >> 4) for n in range(v)]
+            i += (v + 1) // 2 + ((v + 1) // 2 & 1)
+    px = px[:2 * limit]
+    if len(px) % 2:
+        px.append(0)
+    return bytes((px[n] << 4) | px[n + 1] for n in range(0, len(px), 2))
+
+
+def bmp_rows(path):
+    """Rows of the pixel source in display order, each of its row bytes, zeros past the end."""
+    d, off, size, w, hgt, bits, comp = bmp_header(path)
+    h = abs(hgt)
+    row_bytes = (w * bits + 7) // 8
+    stride = (row_bytes + 3) // 4 * 4
+    src = d[off:]
+    if comp == 1:
+        src = rle8(src, w, stride * h)
+    elif comp == 2:
+        src = rle4(src, w, stride * h)
+    rows = [src[r * stride:r * stride + row_bytes].ljust(row_bytes, b"\0") for r in range(h)]
+    return d, off, w, h, bits, rows if hgt < 0 else rows[::-1]
+
+
+def bmp_expected(path, rule=None):
+    def f():
+        if rule == "twin":
+            twin = os.path.join(os.path.dirname(path), "pal4.bmp")
+            im = Image.open(twin)
+            return im.size[0], im.size[1], pillow_rgb(im), None, None
+        if rule is None:
+            im = Image.open(path)
+            return im.size[0], im.size[1], pillow_rgb(im), None, None
+        d, off, w, h, bits, rows = bmp_rows(path)
+        out = []
+        for row in rows:
+            if bits == 16:
+                for x in range(w):
+                    lo, hi = row[2 * x], row[2 * x + 1]
+                    out.append(((hi * 2) & 0xF8, ((hi * 256 + lo) >> 2) & 0xF8, (lo * 8) & 0xFF))
+            elif bits in (24, 32):
+                b = bits // 8
+                out += [(row[b * x + 2], row[b * x + 1], row[b * x]) for x in range(w)]
+            else:
+                table = d[54:off]
+                pal = [(table[i + 2], table[i + 1], table[i]) for i in range(0, len(table) - 3, 4)]
+                per = 8 // bits
+                for x in range(w):
+                    i = (row[x // per] >> (8 - bits * (x % per + 1))) & ((1 << bits) - 1)
+                    out.append(pal[min(i, len(pal) - 1)])
+        return w, h, out, None, None
+    return f
+
+
+# ---------------------------------------------------------------------------
+# Images made here
+
+made = os.path.join(TMP, "made")
+os.makedirs(made)
+
+
+def gradient(mode, size=(37, 23)):
+    w, h = size
+    im = Image.new("RGBA", size)
+    im.putdata([((x * 7) % 256, (y * 11) % 256, (x * y) % 256, (x * 13 + y * 3) % 256)
+                for y in range(h) for x in range(w)])
+    return im.convert(mode) if mode != "RGBA" else im
+
+
+def save(im, name, **kw):
+    p = os.path.join(made, name)
+    im.save(p, **kw)
+    return p
+
+
+own = []
+for mode in ["L", "RGB", "RGBA", "LA", "P", "1"]:
+    own.append((save(gradient(mode), "grad-%s.png" % mode), "PNG", None))
+own.append((save(gradient("L"), "key-gray.png", transparency=77), "PNG", None))
+own.append((save(gradient("RGB"), "key-rgb.png", transparency=(14, 22, 0)), "PNG", None))
+own.append((save(gradient("P"), "grad.gif"), "GIF", None))
+own.append((save(gradient("P"), "grad-interlaced.gif", interlace=True), "GIF", None))
+own.append((save(gradient("P"), "grad-trans.gif", transparency=3), "GIF", None))
+own.append((save(gradient("L"), "grad-gray.gif"), "GIF", None))
+for mode in ["1", "P", "L", "RGB", "RGBA"]:
+    own.append((save(gradient(mode), "grad-%s.bmp" % mode), "BMP", None))
+
+for path, ext, rule in own:
+    exp = {"PNG": png_expected, "GIF": gif_expected, "BMP": bmp_expected}[ext](path)
+    check(path, ext, exp)
+print("made here: %d images" % len(own))
+
+# ---------------------------------------------------------------------------
+# Third-party files
+
+
+
+def corpus_files(kind, ext):
+    base = os.path.join(k.CORPUS, kind)
+    for root, _, names in sorted(os.walk(base)):
+        for n in sorted(names):
+            if n.lower().endswith(ext):
+                yield os.path.join(root, n)
+
+
+def is_sixteen_bit_png(path):
+    return png_header(path)[1] == 16
+
+
+if not os.path.isdir(k.CORPUS):
+    if failures:
+        print("\n".join(failures))
+        sys.exit(1)
+    k.skip("corpus folder %s not found: only the %d images made here were checked" % (k.CORPUS, len(own)))
+
+for path in corpus_files("png", ".png"):
+    r = rel(path)
+    if r in FALLBACK:
+        check(path, "PNG", fallback=FALLBACK[r])
+    elif is_sixteen_bit_png(path):
+        check(path, "PNG", fallback=SIXTEEN)
+    elif r in BROKEN_BUT_CONVERTS:
+        check(path, "PNG")
+    else:
+        check(path, "PNG", png_expected(path))
+
+for path in corpus_files("gif", ".gif"):
+    r = rel(path)
+    if r in FALLBACK:
+        check(path, "GIF", fallback=FALLBACK[r])
+    elif r in BROKEN_BUT_CONVERTS:
+        check(path, "GIF")
+    else:
+        check(path, "GIF", gif_expected(path), rule=gif_rule(path))
+
+for path in corpus_files("bmp", ".bmp"):
+    r = rel(path)
+    if r in FALLBACK:
+        check(path, "BMP", fallback=FALLBACK[r])
+    elif r in BROKEN_BUT_CONVERTS:
+        check(path, "BMP")
+    else:
+        check(path, "BMP", bmp_expected(path, BMP_RULES.get(r)), rule=BMP_RULES.get(r))
+
+if failures:
+    print("\n".join(failures))
+    sys.exit(1)
+print(results)
