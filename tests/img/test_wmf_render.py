@@ -151,7 +151,7 @@ def compare(ours, theirs):
     return iou, 1.0 - mad
 
 
-def classify(drawn, skipped, box, spec):
+def classify(drawn, skipped, box, facts):
     """Whether the floor applies, and why not."""
     n_drawn, n_skipped = sum(drawn.values()), sum(skipped.values())
     if n_drawn == 0:
@@ -164,7 +164,7 @@ def classify(drawn, skipped, box, spec):
         # unit, libwmf draws them in device units: stroke-heavy drawings
         # differ in line weight.
         return False, "mostly strokes"
-    ox, oy, ex, ey = spec["positionX"], spec["positionY"], spec["origWidth"], spec["origHeight"]
+    ox, oy, ex, ey = facts["positionX"], facts["positionY"], facts["origWidth"], facts["origHeight"]
     x0, x1 = sorted((ox, ox + ex))
     y0, y1 = sorted((oy, oy + ey))
     slack_x, slack_y = 0.05 * (x1 - x0), 0.05 * (y1 - y0)
@@ -205,7 +205,7 @@ def main():
 
             info = run([str(TOOL), "info", str(path)], cwd=tmp)
             try:
-                spec = json.loads(info.stdout.splitlines()[0])
+                facts = json.loads(info.stdout.splitlines()[0])
             except (ValueError, IndexError):
                 failures.append(f"{rel}: info gave no JSON: {info.stderr.strip()}")
                 continue
@@ -214,15 +214,15 @@ def main():
             if "Sanitizer" in conv.stderr or "runtime error" in conv.stderr:
                 failures.append(f"{rel}: sanitizer report: {conv.stderr.strip()}")
                 continue
-            if conv.returncode != 0 or spec.get("ext") != "WMF":
-                row(None, None, "does not convert: " + (conv.stderr.strip().splitlines() or [spec.get("name", "")])[-1])
+            if conv.returncode != 0 or facts.get("ext") != "WMF":
+                row(None, None, "does not convert: " + (conv.stderr.strip().splitlines() or [facts.get("name", "")])[-1])
                 continue
             check = run(["qpdf", "--check", str(pdf)])
             if check.returncode not in (0, 3):
                 failures.append(f"{rel}: qpdf --check failed: {check.stdout.strip()} {check.stderr.strip()}")
                 continue
-            w, h = spec["width"], spec["height"]
-            if w <= 0 or h <= 0 or spec["origWidth"] == 0 or spec["origHeight"] == 0:
+            w, h = facts["width"], facts["height"]
+            if w <= 0 or h <= 0 or facts["origWidth"] == 0 or facts["origHeight"] == 0:
                 row(None, None, "no window extent before drawing: empty page")
                 continue
             # The size counts 46 window units a millimetre, so at 96 dpi some
@@ -246,7 +246,7 @@ def main():
                 row(None, None, "libwmf wrote an SVG that rsvg can't read")
                 continue
             iou, colour = compare(flatten(ours_png), flatten(ref_png))
-            polygonal, note = classify(drawn, skipped, box, spec)
+            polygonal, note = classify(drawn, skipped, box, facts)
             if colour is None and iou == 1.0:
                 polygonal, note = False, "no ink in either picture (white on white)"
             row(iou, colour, note)
