@@ -50,6 +50,11 @@ void TImagePNG::readSpecs() {
     height_ = static_cast<int32_t>(h);
     const int8_t depth = read<int8_t>();
     if (depth >= 9) throw KivuException("PNG: 16-bit depth not supported");
+    // PNG knows only 1, 2, 4, 8 and 16; any other depth would give an image
+    // that no PDF viewer can draw.  A file cut inside the header (the four
+    // bytes that follow the depth aren't all there) reads as zeros instead.
+    const bool cut = depth == 0 && left() < 4;
+    if (depth != 1 && depth != 2 && depth != 4 && depth != 8 && !cut) throwf("PNG: Invalid bit depth %d", depth);
     bitsPerComponent_ = depth;
     colorType_ = read<uint8_t>();
 

@@ -114,10 +114,10 @@ void le16(Bytes& b, int v) {
     b.push_back(static_cast<uint8_t>(v >> 8));
 }
 
-Bytes table(int entries, int seed = 0) {
+Bytes table(int entries, int salt = 0) {
     Bytes t;
     for (int i = 0; i < entries; ++i)
-        t.insert(t.end(), {static_cast<uint8_t>(i + seed), static_cast<uint8_t>(2 * i), static_cast<uint8_t>(255 - i)});
+        t.insert(t.end(), {static_cast<uint8_t>(i + salt), static_cast<uint8_t>(2 * i), static_cast<uint8_t>(255 - i)});
     return t;
 }
 
@@ -145,7 +145,7 @@ struct Gif {
         bytes.push_back(0);
         return *this;
     }
-    Gif& frame(int w, int h, const Bytes& stream, int localBits = 0, bool interlaced = false, int seed = 100) {
+    Gif& frame(int w, int h, const Bytes& stream, int localBits = 0, bool interlaced = false, int salt = 100) {
         bytes.push_back(0x2C);
         le16(bytes, 1);
         le16(bytes, 2);
@@ -153,7 +153,7 @@ struct Gif {
         le16(bytes, h);
         bytes.push_back(static_cast<uint8_t>((localBits ? 0x80 | (localBits - 1) : 0) | (interlaced ? 0x40 : 0)));
         if (localBits) {
-            const Bytes t = table(1 << localBits, seed);
+            const Bytes t = table(1 << localBits, salt);
             bytes.insert(bytes.end(), t.begin(), t.end());
         }
         bytes.insert(bytes.end(), stream.begin(), stream.end());

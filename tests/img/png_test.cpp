@@ -108,6 +108,9 @@ TEST(PngHeader, FailureTexts) {
     EXPECT_EQ(failure(notIhdr.bytes), "PNG: Incorrect PNG file");
     EXPECT_EQ(failure(png(1, 1, 16, 0).end().bytes), "PNG: 16-bit depth not supported");
     EXPECT_EQ(failure(png(1, 1, 9, 0).end().bytes), "PNG: 16-bit depth not supported");
+    EXPECT_EQ(failure(png(1, 1, 3, 0).end().bytes), "PNG: Invalid bit depth 3");
+    EXPECT_EQ(failure(png(1, 1, 0, 2).end().bytes), "PNG: Invalid bit depth 0");
+    EXPECT_EQ(failure(png(1, 1, 200, 2).end().bytes), "PNG: Invalid bit depth -56");
     for (uint8_t type : {1, 5, 7, 255}) EXPECT_EQ(failure(png(1, 1, 8, type).end().bytes), "PNG: Unknown color type");
     auto with = [](uint8_t comp, uint8_t filter, uint8_t interlace) {
         Png p;
@@ -361,7 +364,8 @@ TEST(PngCorpus, EveryFileReadsOrFailsWithAKnownText) {
     if (!fs::is_directory(dir)) GTEST_SKIP() << "PngSuite corpus not found at " << dir;
     const std::vector<std::string> known = {"Unsupported PNG file format", "PNG: Incorrect PNG file",
                                             "PNG: 16-bit depth not supported", "PNG: Unknown color type",
-                                            "PNG: Interlacing not supported"};
+                                            "PNG: Interlacing not supported", "PNG: Invalid bit depth 0",
+                                            "PNG: Invalid bit depth 3"};
     int read = 0, failed = 0;
     for (const auto& entry : fs::directory_iterator(dir)) {
         if (entry.path().extension() != ".png") continue;

@@ -53,6 +53,8 @@ FALLBACK = {
     "png/pngsuite/xs4n0g01.png": "Unsupported PNG file format",   # signature byte 4 wrong
     "png/pngsuite/xs7n0g01.png": "Unsupported PNG file format",   # signature byte 7 wrong
     "png/pngsuite/xd9n2c08.png": "PNG: 16-bit depth not supported",  # depth 99
+    "png/pngsuite/xd0n2c08.png": "PNG: Invalid bit depth 0",
+    "png/pngsuite/xd3n2c08.png": "PNG: Invalid bit depth 3",
     # GIF: no frame loads, or an LZW stream that is broken or ends early.
     "gif/image-gif/issue-96-small-codesize.gif": "GIF: Invalid GIF image",      # no frame loads
     "gif/pillow/zero_width.gif": "GIF: Invalid GIF image",                      # frame width 0
@@ -88,10 +90,6 @@ BROKEN_BUT_CONVERTS = {
     # CRCs are not checked: these render like their good twins.
     "png/pngsuite/xcsn0g01.png": "IDAT CRC wrong, not checked",
     "png/pngsuite/xhdn0g08.png": "IHDR CRC wrong, not checked",
-    # Depth 0 and 3 pass the header test (only 9 and more is refused) and
-    # give an image dictionary that no viewer can draw; Pillow refuses them.
-    "png/pngsuite/xd0n2c08.png": "depth 0 passes the header test; Pillow refuses it",
-    "png/pngsuite/xd3n2c08.png": "depth 3 passes the header test; Pillow refuses it",
     # No IDAT: an empty stream.
     "png/pngsuite/xdtn0g01.png": "no IDAT chunk: the image has no data; Pillow refuses it",
 }
