@@ -68,6 +68,23 @@ pdf = os.path.join(tmp, "strict.pdf")
 r = k.run(["convert", "--strict", sample("gradient-rgb.jpg"), "/no/such/file.jpg", "-o", pdf], check=False)
 assert r.returncode == 1 and not os.path.exists(pdf)
 
+# An image that reads but fails while it is written (a metafile selecting an
+# object it never made) also falls back; --strict makes it an error.
+import struct
+recs = []
+def rec(f, *w):
+    body = b"".join(struct.pack("<H", x & 0xFFFF) for x in w)
+    recs.append(struct.pack("<IH", 3 + len(body) // 2, f) + body)
+rec(0x020C, 100, 100); rec(0x012D, 7); rec(0x0324, 3, 0, 0, 50, 50, 0, 50); rec(0)
+bad = os.path.join(tmp, "bad.wmf")
+open(bad, "wb").write(struct.pack("<HHHIHIH", 1, 9, 0x300, 0, 0, 0, 0) + b"".join(recs))
+pdf = os.path.join(tmp, "bad.pdf")
+r = k.run(["convert", bad, sample("gradient-rgb.jpg"), "-o", pdf])
+assert "falls back to 'exception-image.jpg': GDI object at index 7 not found" in r.stderr.decode(), r.stderr
+k.qpdf_check(pdf)
+r = k.run(["convert", "--strict", bad, "-o", pdf + "2"], check=False)
+assert r.returncode == 1 and not os.path.exists(pdf + "2")
+
 # Bad arguments: exit status 2 and a clear message.
 for args in [[], ["convert", sample("gradient-rgb.jpg")], ["frobnicate"], ["convert", "--dpi", "0", "x.jpg", "-o", "y"]]:
     r = k.run(args, check=False)

@@ -212,9 +212,18 @@ int runConvert(const Options& o) {
         try {
             writer.addPage(img);
         } catch (const std::exception& e) {
-            std::fprintf(stderr, "kivuimg: error: '%s': %s\n", input.c_str(), e.what());
-            writer.abandon();
-            return 1;
+            // The image read but could not be written: like any image that
+            // fails, its page shows the fallback picture.
+            if (o.strict) {
+                std::fprintf(stderr, "kivuimg: error: '%s': %s\n", input.c_str(), e.what());
+                writer.abandon();
+                return 1;
+            }
+            std::fprintf(stderr, "kivuimg: warning: '%s' falls back to '%s': %s\n", input.c_str(), kExceptionImage,
+                         e.what());
+            spare = createUndefinedImage();
+            spare->readSpecs();
+            writer.addPage(spare.get());
         }
         if (spare) spares.push_back(std::move(spare));
     }
