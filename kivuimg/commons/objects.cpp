@@ -34,7 +34,11 @@ void TBaseObject::args(const std::vector<std::string>& list) {
 void TBaseObject::setStream(const TMemory* data, const std::string& filter) {
     if (!data) return;
     auto view = data->pointChunk(0, 0);
-    stream_.assign(view.begin(), view.end());
+    std::vector<uint8_t> copy;
+    copy.reserve(view.size());
+    adviseLargeBlock(copy.data(), view.size());
+    copy.assign(view.begin(), view.end());
+    stream_ = std::move(copy);
     hasStream_ = true;
     filter_ = filter;
 }

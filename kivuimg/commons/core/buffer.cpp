@@ -275,6 +275,7 @@ bool TBuffer::load(const std::string& path) {
         std::fclose(f);
         return false;
     }
+    adviseLargeBlock(data_, len + 1);
     allocated_ = len + 1;
     used_ = len ? std::fread(data_, 1, len, f) : 0;
     std::fclose(f);

@@ -2,6 +2,8 @@
 
 #include <zlib.h>
 
+#include <sys/mman.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +16,19 @@ namespace kivu {
 
 namespace {
 constexpr uint64_t kMaxSlack = 64 * 1024;
+constexpr uint64_t kHugePage = 2 * 1024 * 1024;
+}  // namespace
+
+void adviseLargeBlock(void* p, uint64_t n) {
+#ifdef MADV_HUGEPAGE
+    if (!p || n < 2 * kHugePage) return;
+    const uintptr_t begin = (reinterpret_cast<uintptr_t>(p) + kHugePage - 1) & ~(kHugePage - 1);
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(p) + n) & ~(kHugePage - 1);
+    if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+#else
+    (void)p;
+    (void)n;
+#endif
 }
 
 TMemory::TMemory(uint64_t reserve, uint64_t hint) : reserveStep_(reserve), blockHint_(hint) { TMemory::freeMem(); }
@@ -86,6 +101,7 @@ bool TMemory::_reserveMem(uint64_t extra) {
         const uint64_t first = extra + slack;
         data_ = static_cast<uint8_t*>(std::malloc(first));
         if (!data_) return false;
+        adviseLargeBlock(data_, first);
         allocated_ = first;
         return true;
     }
@@ -101,6 +117,7 @@ bool TMemory::_reserveMem(uint64_t extra) {
         return false;
     }
     data_ = grown;
+    adviseLargeBlock(data_ + allocated_, target - allocated_);
     allocated_ = target;
     return true;
 }
@@ -111,6 +128,7 @@ bool TMemory::_reinit(uint64_t n) {
     // One byte more than asked, so that appending n bytes needs no growth.
     data_ = static_cast<uint8_t*>(std::malloc(n + 1));
     if (!data_) return false;
+    adviseLargeBlock(data_, n + 1);
     allocated_ = n + 1;
     return true;
 }
@@ -130,6 +148,7 @@ std::span<const uint8_t> TMemory::pointChunk(uint64_t from, uint64_t n) const {
 uint8_t* TMemory::copyChunk() const {
     if (!used_) return nullptr;
     auto* p = static_cast<uint8_t*>(std::malloc(used_));
+    adviseLargeBlock(p, used_);
     if (p) std::memcpy(p, data_, used_);
     return p;
 }

@@ -12,6 +12,10 @@
 
 namespace kivu {
 
+// Asks the kernel to back a large, not yet touched block with huge pages:
+// image payloads of many megabytes then fault in 2 MiB at a time.
+void adviseLargeBlock(void* p, uint64_t n);
+
 class TMemory {
 public:
     // An empty block; `reserve` is the growth step when a write names no amount.
