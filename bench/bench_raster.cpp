@@ -25,9 +25,9 @@ constexpr int kW = 1024, kH = 768;
 
 // A photo-like picture: smooth gradients with a little noise.
 uint8_t sample(int x, int y, int c) {
-    static uint32_t seed = 1;
-    seed = seed * 1103515245u + 12345u;
-    return static_cast<uint8_t>((x * (c + 1) + y * (3 - c)) / 5 + ((seed >> 16) & 7));
+    static uint32_t state = 1;
+    state = state * 1103515245u + 12345u;
+    return static_cast<uint8_t>((x * (c + 1) + y * (3 - c)) / 5 + ((state >> 16) & 7));
 }
 
 void be32(Bytes& out, uint32_t v) {

@@ -7,9 +7,8 @@
 #include <filesystem>
 #include <string>
 
-#include "kivuimg/commons/core/buffer.h"
+#include "fuzz/fuzz_image.h"
 #include "kivuimg/commons/core/settings.h"
-#include "kivuimg/commons/objects.h"
 #include "kivuimg/img/libmain.h"
 
 namespace {
@@ -18,6 +17,7 @@ bool started = [] {
     const std::string home = (std::filesystem::temp_directory_path() / "kivu_fuzz_home").string();
     std::filesystem::create_directories(home);
     kivu::TSettings::createDefaultConfigFile(home);
+    kivufuzz::limitPixels();
     return libimg_init(home.c_str(), 3);
 }();
 
@@ -31,13 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto buffer = kivu::TBuffer::create(std::span<const uint8_t>(data + 1, size - 1));
     char* registered = libimg_loadImage(name, buffer.release());
     if (kivu::TImageFormat* img = libimg_getImage(registered)) {
-        kivu::TObjects objects;
         try {
-            img->addObjectSpecs(&objects, "Im1", nullptr, kivu::csAuto, kivu::ciNo);
-            if (img->hasMask()) img->addObjectMask(&objects);
-            if (img->isIndexed()) img->addObjectPalette(&objects);
-            for (uint64_t n : objects.order())
-                if (auto* obj = objects.get(n)) obj->toPDF();
+            kivufuzz::emit(*img, kivu::csAuto, kivu::ciNo);
         } catch (const std::exception&) {
         }
     }

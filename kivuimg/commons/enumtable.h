@@ -38,7 +38,7 @@ struct EnumSpec {
 template <typename E>
 class EnumTable {
 public:
-    explicit EnumTable(EnumSpec spec) : spec_(std::move(spec)) {
+    explicit EnumTable(EnumSpec table) : spec_(std::move(table)) {
         if (spec_.namesAreWords)
             for (size_t i = 0; i < spec_.names.size(); ++i)
                 sorted_.emplace_back(toLower(spec_.names[i]), spec_.first + static_cast<int32_t>(i));
