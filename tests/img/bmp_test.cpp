@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "tests/img/image_test_util.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -44,20 +46,8 @@ Bytes bmp(int32_t w, int32_t h, uint16_t bits, uint32_t compression, const Bytes
     return b;
 }
 
-std::unique_ptr<TImageBMP> read(const Bytes& bytes) {
-    auto img = std::make_unique<TImageBMP>(TBuffer::create(std::span<const uint8_t>(bytes)));
-    img->readSpecs();
-    return img;
-}
-
-std::string failure(const Bytes& bytes) {
-    try {
-        read(bytes);
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "(no failure)";
-}
+std::unique_ptr<TImageBMP> read(const Bytes& bytes) { return kivutest::readImage<TImageBMP>(bytes); }
+std::string failure(const Bytes& bytes) { return kivutest::readFailure<TImageBMP>(bytes); }
 
 Bytes pixels(const TImageBMP& img) {
     auto s = img.data()->pointChunk(0, 0);

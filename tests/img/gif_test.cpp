@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "tests/img/image_test_util.h"
+
 #include <filesystem>
 #include <map>
 #include <random>
@@ -165,20 +167,8 @@ struct Gif {
     }
 };
 
-std::unique_ptr<TImageGIF> read(const Bytes& bytes) {
-    auto img = std::make_unique<TImageGIF>(TBuffer::create(std::span<const uint8_t>(bytes)));
-    img->readSpecs();
-    return img;
-}
-
-std::string failure(const Bytes& bytes) {
-    try {
-        read(bytes);
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "(no failure)";
-}
+std::unique_ptr<TImageGIF> read(const Bytes& bytes) { return kivutest::readImage<TImageGIF>(bytes); }
+std::string failure(const Bytes& bytes) { return kivutest::readFailure<TImageGIF>(bytes); }
 
 Bytes pixelsOf(const TImageGIF& img) {
     auto s = img.frame()->data()->pointChunk(0, 0);

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+
+#include "tests/img/image_test_util.h"
 #include <zlib.h>
 
 #include <cmath>
@@ -72,20 +74,8 @@ Png png(uint32_t w, uint32_t h, uint8_t depth, uint8_t type) {
     return p;
 }
 
-std::unique_ptr<TImagePNG> read(const Bytes& bytes) {
-    auto img = std::make_unique<TImagePNG>(TBuffer::create(std::span<const uint8_t>(bytes)));
-    img->readSpecs();
-    return img;
-}
-
-std::string failure(const Bytes& bytes) {
-    try {
-        read(bytes);
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "(no failure)";
-}
+std::unique_ptr<TImagePNG> read(const Bytes& bytes) { return kivutest::readImage<TImagePNG>(bytes); }
+std::string failure(const Bytes& bytes) { return kivutest::readFailure<TImagePNG>(bytes); }
 
 std::string span2str(std::span<const uint8_t> s) { return std::string(s.begin(), s.end()); }
 
