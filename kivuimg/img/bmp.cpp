@@ -237,10 +237,6 @@ void TImageBMP::addObjectPalette(TObjects* objects) {
     obj->setStream(palette_.get(), "");
 }
 
-std::unique_ptr<TImageFormat> TImageBMP::getCopy() {
-    auto copy = std::make_unique<TImageBMP>(copyBuffer());
-    copy->readSpecs();
-    return copy;
-}
+std::unique_ptr<TImageFormat> TImageBMP::getCopy() { return copyAs<TImageBMP>(); }
 
 }  // namespace kivu

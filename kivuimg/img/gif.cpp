@@ -324,10 +324,6 @@ void TImageGIF::addObjectPalette(TObjects* objects) {
     obj->setStream(palette, "");
 }
 
-std::unique_ptr<TImageFormat> TImageGIF::getCopy() {
-    auto copy = std::make_unique<TImageGIF>(copyBuffer());
-    copy->readSpecs();
-    return copy;
-}
+std::unique_ptr<TImageFormat> TImageGIF::getCopy() { return copyAs<TImageGIF>(); }
 
 }  // namespace kivu

@@ -70,6 +70,14 @@ public:
 
 protected:
     std::unique_ptr<TBuffer> copyBuffer() const;
+    // getCopy of the formats that copy their bytes: a new Image over a copy
+    // of the buffer, specs read.
+    template <typename Image>
+    std::unique_ptr<TImageFormat> copyAs() const {
+        auto copy = std::make_unique<Image>(copyBuffer());
+        copy->readSpecs();
+        return copy;
+    }
 
     std::unique_ptr<TBuffer> buffer_;
     std::string src_;

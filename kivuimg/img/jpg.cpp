@@ -113,10 +113,6 @@ uint64_t TImageJPG::addObjectSpecs(TObjects* objects, const std::string&, std::v
     return obj->num();
 }
 
-std::unique_ptr<TImageFormat> TImageJPG::getCopy() {
-    auto copy = std::make_unique<TImageJPG>(copyBuffer());
-    copy->readSpecs();
-    return copy;
-}
+std::unique_ptr<TImageFormat> TImageJPG::getCopy() { return copyAs<TImageJPG>(); }
 
 }  // namespace kivu

@@ -224,10 +224,6 @@ void TImagePNG::addObjectPalette(TObjects* objects) {
     obj->setStream(palette_.get(), "");
 }
 
-std::unique_ptr<TImageFormat> TImagePNG::getCopy() {
-    auto copy = std::make_unique<TImagePNG>(copyBuffer());
-    copy->readSpecs();
-    return copy;
-}
+std::unique_ptr<TImageFormat> TImagePNG::getCopy() { return copyAs<TImagePNG>(); }
 
 }  // namespace kivu

@@ -343,10 +343,6 @@ void TImageWMF::addObjectMask(TObjects* objects) {
     obj->args({"S", "Transparency"});
 }
 
-std::unique_ptr<TImageFormat> TImageWMF::getCopy() {
-    auto copy = std::make_unique<TImageWMF>(copyBuffer());
-    copy->readSpecs();
-    return copy;
-}
+std::unique_ptr<TImageFormat> TImageWMF::getCopy() { return copyAs<TImageWMF>(); }
 
 }  // namespace kivu
