@@ -168,8 +168,10 @@ std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source) 
         g_imageList[key] = std::move(image);
         return key;
     } catch (const std::exception& e) {
-        g_logExclamation(g_log, "%s -> %s", key.c_str(), e.what());
+        // The log itself may fail (a log file that can't be written): nothing
+        // of that may leave the library either.
         try {
+            g_logExclamation(g_log, "%s -> %s", key.c_str(), e.what());
             createUndefinedImage()->readSpecs();
         } catch (const std::exception&) {
         }
@@ -200,7 +202,10 @@ TImageFormat* libimg_copyImage(const char* name) {
     try {
         return image->getCopy().release();
     } catch (const std::exception& e) {
-        g_logExclamation(g_log, "%s -> %s", name, e.what());
+        try {
+            g_logExclamation(g_log, "%s -> %s", name, e.what());
+        } catch (const std::exception&) {
+        }
         return nullptr;
     }
 }
@@ -219,7 +224,10 @@ bool libimg_init(const char* home, unsigned int logOut) {
         g_imageList.clear();
         return true;
     } catch (const std::exception& e) {
-        g_logExclamation(g_log, "%s libkivuimg.so / DLL", e.what());
+        try {
+            g_logExclamation(g_log, "%s libkivuimg.so / DLL", e.what());
+        } catch (const std::exception&) {
+        }
         return false;
     }
 }
