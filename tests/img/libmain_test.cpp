@@ -264,3 +264,16 @@ TEST(LibraryStart, InitResetAndRestart) {
     EXPECT_EQ(libimg_getImage(name.c_str()), nullptr);
     lib_uninit();
 }
+
+TEST(LibraryStart, ALogThatCantBeWrittenStaysInsideTheLibrary) {
+    const fs::path home = fs::path(::testing::TempDir()) / "kivu_broken_log_home";
+    fs::remove_all(home);
+    fs::create_directories(home / "logs" / "kivu.log");  // a folder where the log file should be
+    TSettings::createDefaultConfigFile(home.string());
+    ASSERT_TRUE(libimg_init(home.c_str(), 1));
+    const fs::path jpe = home / "x.jpe";
+    filePutContents(jpe.string(), "not a picture", false);
+    // Logging the unknown extension fails; the caller still gets a name.
+    EXPECT_STREQ(libimg_loadImage(jpe.c_str(), nullptr), "exception-image.jpg");
+    lib_uninit();
+}
