@@ -67,22 +67,33 @@ void TLZWGif::_resetTable() {
 }
 
 int TLZWGif::_getCode() {
-    if (!(curBit_ + codeSize_ < lastBit_)) {
-        if (done_) return -1;
-        // Two bytes carry over: a code may straddle two sub-blocks.
-        block_[0] = block_[lastByte_ - 2];
-        block_[1] = block_[lastByte_ - 1];
-        bool end = false;
-        const uint8_t count = readByte(end);
-        if (end || count == 0) {
-            done_ = true;
-            lastByte_ = 2;
-        } else {
-            for (int i = 0; i < count; ++i) block_[2 + i] = readByte();
-            lastByte_ = 2 + count;
+    // Refill until the code fits: a code may straddle several short
+    // sub-blocks (a one-byte block holds less than a 9- to 12-bit code).
+    bool refilled = false;
+    while (!(curBit_ + codeSize_ < lastBit_)) {
+        if (done_) {
+            if (!refilled) return -1;
+            break;  // the last bits of the stream: assemble what is there
         }
-        curBit_ = curBit_ - lastBit_ + 16;
+        // The bytes that still hold unread bits carry over to the front.
+        int64_t keepFrom = curBit_ >> 3;
+        const int64_t end = lastBit_ >> 3;
+        if (keepFrom < 0) keepFrom = 0;
+        if (keepFrom > end) keepFrom = end;
+        const int keep = static_cast<int>(end - keepFrom);
+        std::memmove(block_.data(), block_.data() + keepFrom, static_cast<size_t>(keep));
+        curBit_ -= keepFrom * 8;
+        bool eof = false;
+        const uint8_t count = readByte(eof);
+        if (eof || count == 0) {
+            done_ = true;
+            lastByte_ = keep;
+        } else {
+            for (int i = 0; i < count; ++i) block_[keep + i] = readByte();
+            lastByte_ = keep + count;
+        }
         lastBit_ = static_cast<int64_t>(lastByte_) * 8;
+        refilled = true;
     }
     // Short sub-blocks let the position creep forward; bits beyond the block
     // read as 0.

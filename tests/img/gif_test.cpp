@@ -215,9 +215,9 @@ TEST(GifLzw, RoundTripsThroughAPlainEncoder) {
         for (size_t i = 0; i < pixels.size(); ++i)
             pixels[i] = static_cast<uint8_t>((i / 37 % 3 ? rng() : i / 500) % (1u << minCodeSize));
         EXPECT_EQ(decode(lzw(pixels, minCodeSize)), pixels) << minCodeSize;
-        // A code straddles at most two sub-blocks: two carried bytes and the
-        // new block must hold it, so blocks of two bytes are the smallest.
-        EXPECT_EQ(decode(lzw(pixels, minCodeSize, 2)), pixels) << "two-byte sub-blocks, " << minCodeSize;
+        // Short sub-blocks: a code may straddle two or three of them.
+        for (int block : {1, 2, 3})
+            EXPECT_EQ(decode(lzw(pixels, minCodeSize, block)), pixels) << block << "-byte sub-blocks, " << minCodeSize;
     }
 }
 
