@@ -207,16 +207,10 @@ std::unique_ptr<TBuffer> TImageBMP::_rle4Decode(uint64_t limit) {
 
 uint64_t TImageBMP::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,
                                    ConvertImages) {
-    TIndirectObject* obj = objects->add(0);
-    obj->comment("Image/BMP");
+    TIndirectObject* obj = addImageObject(objects, "Image/BMP", width_, height_);
     const uint64_t n = obj->num();
-    obj->args({"Subtype", "Image"});
-    obj->set("Width", sformat("%d", width_));
-    obj->set("Height", sformat("%d", height_));
     if (isIndexed()) {
-        const uint64_t entries = palette_->size() / 3;
-        obj->set("ColorSpace", sformat("[/Indexed /DeviceRGB %u %u 0 R]", static_cast<unsigned>(entries - 1),
-                                       static_cast<unsigned>(n + 1)));
+        obj->set("ColorSpace", indexedColorSpace(*palette_, n + 1));
         obj->set("BitsPerComponent", sformat("%u", static_cast<unsigned>(bitsPerComponent_)));
     } else if (bitsPerComponent_ <= 8) {
         // 1, 4 or 8 bits a pixel and no colour table: the indices go out as gray.

@@ -305,17 +305,11 @@ TBuffer* TImageGIF::_usedPalette() { return palette_ ? palette_.get() : (frame_ 
 uint64_t TImageGIF::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,
                                    ConvertImages) {
     if (!frame_) throw KivuException("GIF: Invalid GIF image");
-    TIndirectObject* obj = objects->add(0);
-    obj->comment("Image/GIF");
+    TIndirectObject* obj = addImageObject(objects, "Image/GIF", frame_->width(), frame_->height());
     const uint64_t n = obj->num();
-    obj->args({"Subtype", "Image"});
-    obj->set("Width", sformat("%d", frame_->width()));
-    obj->set("Height", sformat("%d", frame_->height()));
     if (isIndexed()) {
         const TBuffer* palette = _usedPalette();
-        const uint64_t entries = palette->size() / 3;
-        obj->set("ColorSpace", sformat("[/Indexed /DeviceRGB %u %u 0 R]", static_cast<unsigned>(entries - 1),
-                                       static_cast<unsigned>(n + 1)));
+        obj->set("ColorSpace", indexedColorSpace(*palette, n + 1));
     } else {
         obj->args({"ColorSpace", "DeviceGray"});
     }

@@ -4,6 +4,8 @@
 
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/graphics/gradient.h"
+#include "kivuimg/commons/indirectobj.h"
+#include "kivuimg/commons/objects.h"
 
 namespace kivu {
 
@@ -29,6 +31,21 @@ std::vector<SGradient> TImageFormat::getGradiens() { return {}; }
 
 std::unique_ptr<TBuffer> TImageFormat::copyBuffer() const {
     return TBuffer::create(buffer_ ? buffer_->pointChunk(0, 0) : std::span<const uint8_t>());
+}
+
+TIndirectObject* TImageFormat::addImageObject(TObjects* objects, const std::string& comment, int width, int height) {
+    TIndirectObject* obj = objects->add(0);
+    obj->comment(comment);
+    obj->args({"Subtype", "Image"});
+    obj->set("Width", sformat("%d", width));
+    obj->set("Height", sformat("%d", height));
+    return obj;
+}
+
+std::string TImageFormat::indexedColorSpace(const TMemory& palette, uint64_t paletteNum) {
+    const uint64_t entries = palette.size() / 3;
+    return sformat("[/Indexed /DeviceRGB %u %u 0 R]", static_cast<unsigned>(entries - 1),
+                   static_cast<unsigned>(paletteNum));
 }
 
 }  // namespace kivu

@@ -19,6 +19,7 @@
 namespace kivu {
 
 class TObjects;
+class TIndirectObject;
 struct SGradient;
 
 // Images whose pixel count exceeds this limit are refused by every format.
@@ -70,6 +71,11 @@ public:
 
 protected:
     std::unique_ptr<TBuffer> copyBuffer() const;
+    // The main object of a raster image: the next number, its comment, and
+    // Subtype, Width and Height.
+    static TIndirectObject* addImageObject(TObjects* objects, const std::string& comment, int width, int height);
+    // "[/Indexed /DeviceRGB hival N 0 R]" for an RGB palette in object N.
+    static std::string indexedColorSpace(const TMemory& palette, uint64_t paletteNum);
     // getCopy of the formats that copy their bytes: a new Image over a copy
     // of the buffer, specs read.
     template <typename Image>

@@ -179,16 +179,10 @@ void TImagePNG::_splitAlpha() {
 
 uint64_t TImagePNG::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,
                                    ConvertImages) {
-    TIndirectObject* obj = objects->add(0);
-    obj->comment("Image/PNG");
+    TIndirectObject* obj = addImageObject(objects, "Image/PNG", width_, height_);
     const uint64_t n = obj->num();
-    obj->args({"Subtype", "Image"});
-    obj->set("Width", sformat("%d", width_));
-    obj->set("Height", sformat("%d", height_));
     if (isIndexed()) {
-        const uint64_t entries = palette_->size() / 3;
-        obj->set("ColorSpace", sformat("[/Indexed /DeviceRGB %u %u 0 R]", static_cast<unsigned>(entries - 1),
-                                       static_cast<unsigned>(n + 1)));
+        obj->set("ColorSpace", indexedColorSpace(*palette_, n + 1));
     } else {
         obj->args({"ColorSpace", colorSpaceName_});
     }
