@@ -84,5 +84,7 @@ float aMin(std::span<const float> values);
 float aMax(std::span<const float> values);
 // NaN test by bit pattern, safe under -ffast-math.
 bool isNaNBits(float v);
+// Equal values, or both NaN: the equality of fields where NaN means "not set".
+inline bool sameFloat(float a, float b) { return a == b || (isNaNBits(a) && isNaNBits(b)); }
 
 }  // namespace kivu

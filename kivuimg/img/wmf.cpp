@@ -6,7 +6,9 @@
 #include <cstring>
 #include <limits>
 
+#include "kivuimg/commons/content.h"
 #include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/funcs.h"
 #include "kivuimg/commons/indirectobj.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/commons/unit.h"
@@ -48,8 +50,6 @@ const std::vector<float>& dashArray(uint16_t style) {
         default: return kSolid;
     }
 }
-
-bool sameFloat(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
 }  // namespace
 
@@ -163,23 +163,9 @@ void TImageWMF::_delGDIObject(const int32_t index) {
     }
 }
 
-void TImageWMF::_moveTo(const int16_t x, const int16_t y) {
-    char text[32];
-    char* p = std::to_chars(text, text + 8, x).ptr;
-    *p++ = ' ';
-    p = std::to_chars(p, p + 8, y).ptr;
-    std::memcpy(p, " m\n", 3);
-    content_->addChars(std::string_view(text, static_cast<size_t>(p + 3 - text)));
-}
+void TImageWMF::_moveTo(const int16_t x, const int16_t y) { writer_->moveTo(x, y); }
 
-void TImageWMF::_lineTo(const int16_t x, const int16_t y) {
-    char text[32];
-    char* p = std::to_chars(text, text + 8, x).ptr;
-    *p++ = ' ';
-    p = std::to_chars(p, p + 8, y).ptr;
-    std::memcpy(p, " l\n", 3);
-    content_->addChars(std::string_view(text, static_cast<size_t>(p + 3 - text)));
-}
+void TImageWMF::_lineTo(const int16_t x, const int16_t y) { writer_->lineTo(x, y); }
 
 std::string TImageWMF::_getOperation(const bool nullBrush, const bool nullPen, const uint16_t polyFillMode) {
     std::string op;
@@ -205,15 +191,14 @@ void TImageWMF::_selectObject(const int32_t index) {
             return;
         }
         const auto color = _getColorSpace(o.red / 255.0f, o.green / 255.0f, o.blue / 255.0f);
-        content_->addChars(toUpper(color->toPDF()));
-        content_->addChars("\n");
-        content_->addFormat("%.3f w\n", o.width * kPtPerMm);
+        writer_->raw(toUpper(color->toPDF())).raw("\n");
+        writer_->num(o.width * kPtPerMm).op("w");
         nullPen_ = false;
         const auto& dashes = dashArray(o.style);
         if (!dashes.empty()) {
-            content_->addChars("[");
-            for (const float d : dashes) content_->addFormat("%.3f ", d * kPtPerMm);
-            content_->addChars("] 0 d\n");
+            writer_->raw("[");
+            for (const float d : dashes) writer_->num(d * kPtPerMm);
+            writer_->raw("] 0 d\n");
         }
     } else if (o.type == "B") {
         if (o.style == kBrushNull) {
@@ -221,8 +206,7 @@ void TImageWMF::_selectObject(const int32_t index) {
             return;
         }
         const auto color = _getColorSpace(o.red / 255.0f, o.green / 255.0f, o.blue / 255.0f);
-        content_->addChars(color->toPDF());
-        content_->addChars("\n");
+        writer_->raw(color->toPDF()).raw("\n");
         nullBrush_ = false;
     }
     // A placeholder ("D") selects nothing that this writer draws with.
@@ -244,7 +228,7 @@ void TImageWMF::_drawPoly(const SRecord& r, const bool polyline) {
         const uint64_t count = std::min<uint64_t>(static_cast<uint64_t>(n), r.pairsFrom(1));
         _writePointsReversed(r, 1, count);
     }
-    content_->addFormat("%s\n", polyline ? "s" : _getOperation(nullBrush_, nullPen_, polyFillMode_).c_str());
+    writer_->op(polyline ? "s" : _getOperation(nullBrush_, nullPen_, polyFillMode_));
 }
 
 void TImageWMF::_drawPolyPolygon(const SRecord& r) {
@@ -261,11 +245,12 @@ void TImageWMF::_drawPolyPolygon(const SRecord& r) {
         _writePointsReversed(r, first, count);
         done += static_cast<uint64_t>(n);
     }
-    content_->addFormat("%s\n", _getOperation(nullBrush_, nullPen_, polyFillMode_).c_str());
+    writer_->op(_getOperation(nullBrush_, nullPen_, polyFillMode_));
 }
 
 void TImageWMF::_genData() {
     content_ = std::make_unique<TBuffer>(8192, 4096);
+    writer_ = std::make_unique<TContent>(*content_, '\n');
     nullPen_ = false;
     nullBrush_ = false;
     polyFillMode_ = 0;

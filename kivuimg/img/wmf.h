@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "kivuimg/commons/content.h"
 #include "kivuimg/commons/graphics/color.h"
 #include "kivuimg/img/imgformat.h"
 
@@ -126,6 +127,7 @@ private:
 
     // The generated content stream (`data`).
     std::unique_ptr<TBuffer> content_;
+    std::unique_ptr<TContent> writer_;  // writes into content_
     std::map<int32_t, SGDIObject> gdiObjects_;
     // Indices below freeEnd_ that are not in the table; with them the lowest
     // free index is found without a scan of the table.

@@ -1,6 +1,8 @@
 #include "kivuimg/commons/core/cstr.h"
 
 #include <cctype>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -69,6 +71,56 @@ bool startsWith(std::string_view s, std::string_view prefix) { return s.substr(0
 
 bool endsWith(std::string_view s, std::string_view suffix) {
     return s.size() >= suffix.size() && s.substr(s.size() - suffix.size()) == suffix;
+}
+
+bool isNumeric(std::string_view s) {
+    size_t i = 0;
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+    const std::string word = toLower(s.substr(i));
+    if (word == "nan" || word == "inf" || word == "infinity") return true;
+    size_t digits = 0;
+    while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i, ++digits;
+    if (i < s.size() && s[i] == '.') {
+        ++i;
+        while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i, ++digits;
+    }
+    if (digits == 0) return false;
+    if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+        ++i;
+        if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+        size_t exp = 0;
+        while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i, ++exp;
+        if (exp == 0) return false;
+    }
+    return i == s.size();
+}
+
+float toFloat(std::string_view s) {
+    if (!isNumeric(s)) throwf("Invalid number '%.*s'", static_cast<int>(s.size()), s.data());
+    // from_chars knows no leading "+".
+    std::string_view body = s;
+    if (!body.empty() && body[0] == '+') body.remove_prefix(1);
+    float value = 0.0f;
+    auto res = std::from_chars(body.data(), body.data() + body.size(), value);
+    if (res.ec == std::errc()) return value;
+    // Out of float range: a value too small to hold reads as zero, one too
+    // large is no number the library can use.
+    double wide = 0.0;
+    res = std::from_chars(body.data(), body.data() + body.size(), wide);
+    const bool tiny = res.ec == std::errc() ? std::fabs(wide) < 1.0 : body.find("e-") != std::string_view::npos ||
+                                                                           body.find("E-") != std::string_view::npos;
+    if (!tiny) throwf("Invalid number '%.*s'", static_cast<int>(s.size()), s.data());
+    return body[0] == '-' ? -0.0f : 0.0f;
+}
+
+int32_t toInt(std::string_view s) {
+    std::string_view body = s;
+    if (!body.empty() && body[0] == '+') body.remove_prefix(1);
+    int32_t value = 0;
+    const auto [end, ec] = std::from_chars(body.data(), body.data() + body.size(), value);
+    if (body.empty() || ec != std::errc() || end != body.data() + body.size())
+        throwf("Invalid number '%.*s'", static_cast<int>(s.size()), s.data());
+    return value;
 }
 
 }  // namespace kivu

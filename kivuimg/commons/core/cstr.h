@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -31,5 +32,17 @@ std::string toUpper(std::string_view s);
 std::string strip(std::string_view s);
 bool startsWith(std::string_view s, std::string_view prefix);
 bool endsWith(std::string_view s, std::string_view suffix);
+
+// The numeric test of the library: an optional sign, then digits with an
+// optional fraction and exponent ("12", "-.5", "1e-3"), or the words "nan",
+// "inf" and "infinity" in any case.  No blanks, no separators.
+bool isNumeric(std::string_view s);
+// The library's text-to-float conversion: a text that isNumeric accepts, as
+// a 32-bit float.  Anything else, and a finite value beyond the float range,
+// raises "Invalid number '%s'".
+float toFloat(std::string_view s);
+// The whole-number conversion: an optional sign and decimal digits that fit
+// 32 bits; anything else raises "Invalid number '%s'".
+int32_t toInt(std::string_view s);
 
 }  // namespace kivu

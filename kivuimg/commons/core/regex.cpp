@@ -3,6 +3,9 @@
 
 #include <pcre2.h>
 
+#include <map>
+#include <mutex>
+
 #include "kivuimg/commons/core/cstr.h"
 
 namespace kivu {
@@ -122,6 +125,22 @@ std::string Regex::replaceAll(std::string_view subject, const std::function<std:
     }
     out.append(subject.substr(last));
     return out;
+}
+
+const Regex& cachedRegex(std::string_view pattern, std::string_view letters) {
+    static std::mutex lock;
+    static std::map<std::string, std::unique_ptr<Regex>, std::less<>> cache;
+    std::string key(letters);
+    key += '\x01';
+    key += pattern;
+    std::lock_guard<std::mutex> guard(lock);
+    auto it = cache.find(key);
+    if (it == cache.end()) it = cache.emplace(std::move(key), std::make_unique<Regex>(pattern, letters)).first;
+    return *it->second;
+}
+
+std::vector<std::string> regSplit(std::string_view pattern, std::string_view text, std::string_view letters) {
+    return cachedRegex(pattern, letters).split(text);
 }
 
 }  // namespace kivu

@@ -54,4 +54,12 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
+// A pattern given as text at run time (with the option letters of Regex),
+// compiled on first use and kept for the life of the process: each distinct
+// pattern is compiled once, whatever the thread.
+const Regex& cachedRegex(std::string_view pattern, std::string_view letters);
+// Splits `text` at every match of `pattern` compiled with `letters` (see
+// Regex::split for the pieces).
+std::vector<std::string> regSplit(std::string_view pattern, std::string_view text, std::string_view letters);
+
 }  // namespace kivu

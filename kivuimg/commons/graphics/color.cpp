@@ -226,30 +226,6 @@ bool parseShortHex(std::string_view digits, uint32_t& out) {
 
 float byteAt(uint32_t v, int shift) { return static_cast<float>((v >> shift) & 0xFFu) / 255.0f; }
 
-// A decimal number with optional sign, fraction and exponent, or the words
-// "nan" and "inf"/"infinity" with optional sign.
-bool isNumeric(std::string_view s) {
-    size_t i = 0;
-    if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
-    const std::string word = toLower(s.substr(i));
-    if (word == "nan" || word == "inf" || word == "infinity") return true;
-    size_t digits = 0;
-    while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i, ++digits;
-    if (i < s.size() && s[i] == '.') {
-        ++i;
-        while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i, ++digits;
-    }
-    if (digits == 0) return false;
-    if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
-        ++i;
-        if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
-        size_t exp = 0;
-        while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i, ++exp;
-        if (exp == 0) return false;
-    }
-    return i == s.size();
-}
-
 // Reads a text that isNumeric accepted.  Out of float range it gives the
 // rounded value (an infinity, or zero) or, when `strict`, throws.
 float readNumeric(std::string_view s, bool strict) {
@@ -277,7 +253,7 @@ float readNumeric(std::string_view s, bool strict) {
 template <size_t N, typename Fill>
 void walkNotation(const Regex& re, const std::string& text, std::array<float, N>& work, bool strict, Fill fill) {
     for (const Regex::Match& m : re.findAll(text)) {
-        const std::vector<std::string> values = TSpace::_regSplit("[ ,]+", std::string(m.group(2)), "");
+        const std::vector<std::string> values = regSplit("[ ,]+", m.group(2), "");
         std::array<float, N> read{};
         const size_t count = std::min(values.size(), N);
         for (size_t i = 0; i < count; ++i) {
@@ -306,15 +282,6 @@ int32_t getColorByName(const std::string& name) {
 }
 
 // ---- TSpace -----------------------------------------------------------------
-
-std::vector<std::string> TSpace::_regSplit(const std::string& pattern, const std::string& text,
-                                           const std::string& flags) {
-    thread_local std::map<std::string, std::unique_ptr<Regex>> cache;
-    const std::string key = flags + '\x01' + pattern;
-    auto it = cache.find(key);
-    if (it == cache.end()) it = cache.emplace(key, std::make_unique<Regex>(pattern, std::string_view(flags))).first;
-    return it->second->split(text);
-}
 
 // ---- TRGBA ------------------------------------------------------------------
 

@@ -53,11 +53,6 @@ public:
     // The notation this colour was made from; empty when computed.
     const std::string& text() const { return text_; }
 
-    // Splits `text` by the regular expression `pattern` compiled with the
-    // option letters `flags`; each pattern is compiled once per thread.
-    static std::vector<std::string> _regSplit(const std::string& pattern, const std::string& text,
-                                              const std::string& flags);
-
 protected:
     TSpace(ColorSpace cs, std::string text) : text_(std::move(text)), cs_(cs) {}
 

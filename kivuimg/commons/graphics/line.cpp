@@ -86,9 +86,7 @@ SLine SLine::byStyle(const std::string& text) {
 }
 
 bool SLine::operator==(const SLine& other) const {
-    const float a = width.pt(), b = other.width.pt();
-    const bool sameWidth = (isNaNBits(a) && isNaNBits(b)) || a == b;
-    return sameWidth && style == other.style && color == other.color && cap == other.cap && join == other.join;
+    return sameFloat(width.pt(), other.width.pt()) && style == other.style && color == other.color && cap == other.cap && join == other.join;
 }
 
 }  // namespace kivu
