@@ -15,6 +15,7 @@
 #include "kivuimg/img/gif.h"
 #include "kivuimg/img/jpg.h"
 #include "kivuimg/img/png.h"
+#include "kivuimg/img/svg/imagesvg.h"
 #include "kivuimg/img/wmf.h"
 
 namespace kivu {
@@ -127,6 +128,7 @@ const std::map<std::string, ImageFactory>& imageFactories() {
         {".gif", &make<TImageGIF>},
         {".bmp", &make<TImageBMP>},
         {".wmf", &make<TImageWMF>},
+        {".svg", &make<TImageSVG>},
     };
     return factories;
 }

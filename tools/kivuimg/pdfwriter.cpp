@@ -6,6 +6,7 @@
 #include <set>
 
 #include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/core/regex.h"
 #include "kivuimg/commons/indirectobj.h"
 
 using namespace kivu;
@@ -62,8 +63,23 @@ void PdfWriter::writePending() {
     }
 }
 
-std::string PdfWriter::placement(TImageFormat* image, double pageW, double pageH) const {
+// The four numbers of a form's "BBox" entry.
+bool formBox(TBaseObject* form, double box[4]) {
+    const std::string text = form ? form->args("BBox").value : std::string();
+    return std::sscanf(text.c_str(), "[%lf %lf %lf %lf]", &box[0], &box[1], &box[2], &box[3]) == 4;
+}
+
+std::string PdfWriter::placement(TImageFormat* image, TBaseObject* form, double pageW, double pageH) const {
     if (!image->isFormObject()) return num(pageW) + " 0 0 " + num(pageH) + " 0 0 cm";
+    double box[4];
+    if (image->ext() == "SVG" && formBox(form, box)) {
+        // The drawing's box lies below the x axis, its top edge at box[1]:
+        // scale it onto the page, upright.
+        const double w = box[2] - box[0], h = box[1] - box[3];
+        if (!(w > 0) || !(h > 0)) return "0 0 0 0 0 0 cm";
+        const double sx = pageW / w, sy = pageH / h;
+        return num(sx) + " 0 0 " + num(sy) + " " + num(-box[0] * sx) + " " + num(-box[3] * sy) + " cm";
+    }
     const double ox = image->positionX(), oy = image->positionY();
     const double ex = image->origWidth(), ey = image->origHeight();
     if (ex == 0 || ey == 0) return "0 0 0 0 0 0 cm";
@@ -73,9 +89,27 @@ std::string PdfWriter::placement(TImageFormat* image, double pageW, double pageH
         const double sx = pageW / ex, sy = pageH / ey;
         return num(sx) + " 0 0 " + num(-sy) + " " + num(-ox * sx) + " " + num(pageH + oy * sy) + " cm";
     }
-    // Drawings whose box lies below the x axis: lift the box onto the page.
-    const double sx = pageW / ex, sy = pageH / ey;
-    return num(sx) + " 0 0 " + num(sy) + " " + num(-ox * sx) + " " + num(pageH + oy * sy) + " cm";
+    return "0 0 0 0 0 0 cm";
+}
+
+// Names a form's content uses for shared graphics states ("/GS<k> gs"),
+// resolved to the store's k-th shared state, which gets its number here.
+std::string PdfWriter::formResources(TBaseObject* form) {
+    static const Regex kState("/GS(\\d+) gs");
+    const auto& stream = form->stream();
+    const std::string_view content(reinterpret_cast<const char*>(stream.data()), stream.size());
+    std::set<uint64_t> states;
+    for (const Regex::Match& m : kState.findAll(content)) states.insert(std::strtoull(std::string(m.group(1)).c_str(), nullptr, 10));
+    const auto& shared = objects_.customList(ObjectType::extGState);
+    std::string dict;
+    for (uint64_t k : states) {
+        if (k == 0 || k > shared.size()) continue;
+        const auto& state = shared[k - 1];
+        if (state->num() == 0) objects_.add(state);
+        dict += sformat(" /GS%llu %llu 0 R", static_cast<unsigned long long>(k),
+                        static_cast<unsigned long long>(state->num()));
+    }
+    return dict.empty() ? std::string() : "<< /ExtGState <<" + dict + " >> >>";
 }
 
 void PdfWriter::addPage(TImageFormat* image) {
@@ -84,13 +118,21 @@ void PdfWriter::addPage(TImageFormat* image) {
     // The mask or palette must take the very next number.
     if (image->hasMask()) image->addObjectMask(&objects_);
     if (image->isIndexed()) image->addObjectPalette(&objects_);
+    TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr;
+    if (form) {
+        const std::string resources = formResources(form);
+        if (!resources.empty()) form->set("Resources", resources);
+    }
     const float v = image->minPDFVer();
     if (!std::isnan(v) && v > version_) version_ = v;
 
-    const double pageW = image->width() * 72.0 / dpi_;
-    const double pageH = image->height() * 72.0 / dpi_;
+    // A drawing may claim no size at all: its page keeps one point.
+    double pageW = image->width() * 72.0 / dpi_;
+    double pageH = image->height() * 72.0 / dpi_;
+    if (!(pageW > 0)) pageW = 1;
+    if (!(pageH > 0)) pageH = 1;
     TIndirectObject* content = objects_.add(0);
-    const std::string ops = "q\n" + placement(image, pageW, pageH) + "\n/" + resName + " Do\nQ\n";
+    const std::string ops = "q\n" + placement(image, form, pageW, pageH) + "\n/" + resName + " Do\nQ\n";
     TMemory stream(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(ops.data()), ops.size()));
     content->setStream(&stream, "");
 
@@ -108,7 +150,8 @@ void PdfWriter::addPage(TImageFormat* image) {
 bool PdfWriter::finish() {
     // Shared graphics states and colour spaces get their numbers now.
     for (ObjectType type : {ObjectType::extGState, ObjectType::colorSpace})
-        for (const auto& obj : objects_.customList(type)) objects_.add(obj);
+        for (const auto& obj : objects_.customList(type))
+            if (obj->num() == 0) objects_.add(obj);
     writePending();
 
     std::string kids = "[";

@@ -38,7 +38,8 @@ public:
 private:
     void writePending();
     void writeObject(kivu::TBaseObject* obj);
-    std::string placement(kivu::TImageFormat* image, double pageW, double pageH) const;
+    std::string placement(kivu::TImageFormat* image, kivu::TBaseObject* form, double pageW, double pageH) const;
+    std::string formResources(kivu::TBaseObject* form);
 
     double dpi_;
     kivu::ColorSpace space_;

@@ -1,0 +1,378 @@
+#include "kivuimg/img/svg/imagesvg.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/core/log.h"
+#include "kivuimg/commons/core/regex.h"
+#include "kivuimg/commons/funcs.h"
+#include "kivuimg/commons/indirectobj.h"
+#include "kivuimg/commons/objects.h"
+#include "kivuimg/img/svg/group.h"
+#include "kivuimg/img/svg/transform.h"
+#include "kivuimg/img/svg/use.h"
+
+namespace kivu {
+
+namespace {
+
+std::atomic<uint64_t> g_maxSvgElements{1000000};
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+// Millimetres per CSS pixel, and the divisor of the scale: two constants
+// that differ, kept as the converter has always used them.
+constexpr float kMmPerPx = 0.26458332f;
+constexpr float kScaleDivisor = 0.2645f;
+
+// The message that tells a budget failure from the failures readSpecs logs.
+constexpr const char* kBudgetMessage = "SVG: the drawing holds more than %llu elements";
+
+// A size attribute ("width", "height") in millimetres, NaN when absent or
+// blank.  A unit sets the document's unit (mm, or pixels for any other).
+float sizeInMm(const Attributes& attributes, const char* name, Unit& documentUnit, bool setUnit) {
+    auto it = attributes.find(name);
+    if (it == attributes.end() || strip(it->second).empty()) return kNaN;
+    const std::string& value = it->second;
+    if (kivu::unit(value) != uNone) {
+        if (setUnit) documentUnit = kivu::unit(value) == uMm ? uMm : uPx;
+        return SUnit(value).mm();
+    }
+    if (setUnit) documentUnit = uPx;
+    return SUnit::number(value) * kMmPerPx;
+}
+
+}  // namespace
+
+uint64_t maxSvgElements() { return g_maxSvgElements.load(); }
+void maxSvgElements(uint64_t limit) { g_maxSvgElements.store(limit); }
+
+TImageSVG::TImageSVG(std::unique_ptr<TBuffer> buffer)
+    : TImageFormat(std::move(buffer)), gradientsInfo_(std::make_shared<std::map<std::string, SGradientInfo>>()) {}
+
+TImageSVG::~TImageSVG() = default;
+
+void TImageSVG::countElement() {
+    if (++elementCount_ <= maxSvgElements()) return;
+    overBudget_ = true;
+    throwf(kBudgetMessage, static_cast<unsigned long long>(maxSvgElements()));
+}
+
+// ---- reading ---------------------------------------------------------------------
+
+// The file's lines, each stripped at both ends, the empty ones dropped, each
+// ended by one newline: indentation goes, line breaks inside text stay.
+std::string TImageSVG::rebuiltText() {
+    const std::string_view all(reinterpret_cast<const char*>(buffer_->ptr()), buffer_->size());
+    std::string text;
+    text.reserve(all.size() + 1);
+    size_t pos = 0;
+    while (pos < all.size()) {
+        size_t end = all.find_first_of("\r\n", pos);
+        if (end == std::string_view::npos) end = all.size();
+        const std::string line = strip(all.substr(pos, end - pos));
+        if (!line.empty()) text.append(line).push_back('\n');
+        pos = end;
+        if (pos < all.size() && all[pos] == '\r') ++pos;
+        if (pos < all.size() && all[pos] == '\n') ++pos;
+    }
+    return text;
+}
+
+void TImageSVG::readSpecs() {
+    const std::string text = rebuiltText();
+    xmlCheckVersion(20903);
+    // No network, and no entity is substituted: a document reaches nothing
+    // outside its own bytes.
+    xmlDocPtr doc = xmlReadMemory(text.data(), static_cast<int>(std::min<size_t>(text.size(), INT32_MAX)), nullptr,
+                                  nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    if (!doc) {
+        g_logExclamation(g_log, "SVG: Invalid SVG file - [%s]", docName_.c_str());
+        return;
+    }
+    try {
+        xmlNodePtr root = xmlDocGetRootElement(doc);
+        if (!root || svgnode::text(root->name) != "svg") throw KivuException("Invalid SVG file");
+        Attributes attributes = svgnode::attributes(root);
+        if (attributes.count("version")) version_ = attributes["version"];
+        _setSvgViewBox(attributes);
+        _readElements(root);
+        _linkGradientXRefs();
+    } catch (const std::exception& e) {
+        g_logExclamation(g_log, "SVG: %s - [%s]", e.what(), docName_.c_str());
+        if (overBudget_) {
+            xmlFreeDoc(doc);
+            throw;
+        }
+    }
+    xmlFreeDoc(doc);
+}
+
+void TImageSVG::_setSvgViewBox(const Attributes& attributes) {
+    attributes_ = attributes;
+    float vbX = 0, vbY = 0, vbW = kNaN, vbH = kNaN;
+    auto viewBox = attributes.find("viewBox");
+    if (viewBox != attributes.end()) {
+        std::vector<std::string> pieces;
+        size_t start = 0;
+        for (size_t at; (at = viewBox->second.find(' ', start)) != std::string::npos; start = at + 1)
+            pieces.push_back(viewBox->second.substr(start, at - start));
+        pieces.push_back(viewBox->second.substr(start));
+        if (pieces.size() == 4) {
+            vbX = SUnit::number(pieces[0]), vbY = SUnit::number(pieces[1]);
+            vbW = SUnit::number(pieces[2]), vbH = SUnit::number(pieces[3]);
+        }
+    }
+    const float widthMm = sizeInMm(attributes, "width", unit_, true);
+    const float heightMm = sizeInMm(attributes, "height", unit_, unit_ == uNone);
+    float outW, outH;
+    if (!isNaNBits(vbW) && !isNaNBits(vbH)) {
+        outW = vbW * kMmPerPx, outH = vbH * kMmPerPx;
+        if (!isNaNBits(widthMm) || !isNaNBits(heightMm)) {
+            const bool byWidth = !isNaNBits(widthMm);
+            const float f = byWidth ? widthMm / kScaleDivisor / vbW : heightMm / kScaleDivisor / vbH;
+            documentScale_ *= f;
+            documentScaleY_ = f;
+            outW = byWidth ? widthMm : vbW;
+            outH = isNaNBits(heightMm) ? vbH : heightMm;
+        }
+        positionX_ = vbX * documentScale_, positionY_ = -vbY * documentScale_;
+        origWidth_ = vbW * documentScale_, origHeight_ = -vbH * documentScale_;
+    } else {
+        outW = isNaNBits(widthMm) ? 100.0f : widthMm;
+        outH = isNaNBits(heightMm) ? 100.0f : heightMm;
+        positionX_ = positionY_ = 0;
+        origWidth_ = outW / kScaleDivisor * documentScale_;
+        origHeight_ = -(outH / kScaleDivisor) * documentScale_;
+    }
+    width_ = SUnit(sformat("%.2fmm", static_cast<double>(outW))).px();
+    height_ = SUnit(sformat("%.2fmm", static_cast<double>(outH))).px();
+}
+
+void TImageSVG::_readElements(_xmlNode* root) {
+    for (_xmlNode* node : svgnode::elementChildren(root)) {
+        if (svgnode::lowerName(node) == "style") {
+            if (node->children) _parseCSS(svgnode::firstChildText(node));
+            continue;
+        }
+        std::unique_ptr<TSvgElement> element = createSvgElement(node, inDocument, this, nullptr);
+        if (!element) continue;
+        element->read(node);
+        if (element->nodeName() != "use") {
+            addElement(std::move(element));
+            continue;
+        }
+        auto* use = static_cast<TSvgUse*>(element.get());
+        if (TSvgElement* target = findElementById(use->href())) addElement(use->dublicate(*target, this));
+        else
+            g_logExclamation(g_log, "Element not found to duplicate with reference '#%s' in svg",
+                             use->href().c_str());
+    }
+}
+
+void TImageSVG::addElement(std::unique_ptr<TSvgElement> element) {
+    if (element) elements_.push_back(std::move(element));
+}
+
+TSvgElement* TImageSVG::findElementById(const std::string& id) {
+    for (const auto& element : elements_) {
+        if (element->isDublicated()) continue;
+        if (element->ID() == id) return element.get();
+        if (element->nodeName() == "g")
+            if (TSvgElement* found = static_cast<TSvgGroup&>(*element).findElementById(id)) return found;
+    }
+    return nullptr;
+}
+
+float TImageSVG::_convertValue(const std::string& text, bool& isPercent) {
+    isPercent = text.find('%', 1) != std::string::npos;
+    std::string number = text;
+    if (isPercent) std::erase(number, '%');
+    if (!isNumeric(number)) return 0.0f;
+    try {
+        return toFloat(number);
+    } catch (const KivuException&) {
+        return 0.0f;
+    }
+}
+
+float TImageSVG::convertValueX(const std::string& text) {
+    bool percent = false;
+    const float v = _convertValue(text, percent);
+    return percent && v > 0 ? static_cast<float>(width_) * v / 100.0f : v;
+}
+
+float TImageSVG::convertValueY(const std::string& text) {
+    bool percent = false;
+    const float v = _convertValue(text, percent);
+    return percent && v > 0 ? static_cast<float>(height_) * v / 100.0f : v;
+}
+
+std::vector<std::string> TImageSVG::regSplit(const std::string& pattern, const std::string& subject,
+                                             const std::string& flags) {
+    return kivu::regSplit(pattern, subject, flags);
+}
+
+std::string TImageSVG::transformationsToPDF(const std::string& text) {
+    return kivu::transformationsToPDF(text, documentScale_);
+}
+
+// ---- view box and copies ------------------------------------------------------------
+
+void TImageSVG::setViewbox(float positionX, float positionY, float origWidth, float origHeight, float scaleX,
+                           float scaleY) {
+    positionX_ = positionX, positionY_ = positionY, origWidth_ = origWidth, origHeight_ = origHeight;
+    documentScale_ = scaleX, documentScaleY_ = scaleY;
+}
+
+int TImageSVG::origWidth() { return static_cast<int>(std::trunc(origWidth_)); }
+int TImageSVG::origHeight() { return static_cast<int>(std::trunc(origHeight_)); }
+int TImageSVG::positionX() { return static_cast<int>(std::trunc(positionX_)); }
+int TImageSVG::positionY() { return static_cast<int>(std::trunc(positionY_)); }
+
+void TImageSVG::setGradientsInfo(const std::shared_ptr<std::map<std::string, SGradientInfo>>& info) {
+    if (info) gradientsInfo_ = info;
+}
+
+std::unique_ptr<TImageFormat> TImageSVG::getCopy() {
+    auto copy = std::make_unique<TImageSVG>(std::make_unique<TBuffer>(0, 8192));
+    copy->width_ = width_, copy->height_ = height_;
+    copy->unit_ = unit_;
+    copy->attributes_ = attributes_;
+    copy->classes_ = classes_;
+    copy->setViewbox(positionX_, positionY_, origWidth_, origHeight_, documentScale_, documentScaleY_);
+    copy->setGradientsInfo(gradientsInfo_);
+    for (const SRawFont& font : rawFonts_) copy->addRawFont(font);
+    for (const std::string& source : subImageSources_) copy->addSubImageSource(source);
+    for (const auto& element : elements_) copy->addElement(element->copy(copy.get(), false));
+    return copy;
+}
+
+SPoint TImageSVG::overFlow(const SPoint& point) {
+    static const Regex kLeadingNumber("([0-9\\.]*)(.*)");
+    auto overflow = attributes_.find("overflow");
+    if (overflow == attributes_.end() || overflow->second != "hidden") return point;
+    auto width = attributes_.find("width"), height = attributes_.find("height");
+    if (width == attributes_.end() || height == attributes_.end()) return point;
+    auto leading = [&](const std::string& text) {
+        return toFloat(kLeadingNumber.replaceAll(text, [](const Regex::Match& m) { return std::string(m.group(1)); }));
+    };
+    const float w = leading(width->second), h = leading(height->second);
+    const float x = point.x < 0 ? 0.0f : std::min(point.x, std::floor(w));
+    const float y = point.y > 0 ? 0.0f : std::max(point.y, std::floor(-h));
+    return SPoint(x, y);
+}
+
+// ---- emission ---------------------------------------------------------------------------
+
+uint64_t TImageSVG::addObjectSpecs(TObjects* objects, const std::string& name, std::vector<SGradient>* gradients,
+                                   ColorSpace space, ConvertImages convert) {
+    objects_ = objects;
+    gradients_ = gradients;
+    convertImages_ = convert;
+    docName_ = name;
+    colorSpace_ = convert != ciNo && space != csAuto ? space : csAuto;
+    gradientsForOutput_.clear();
+    for (const auto& [id, info] : *gradientsInfo_) gradientsForOutput_.emplace(id, info.makeCopy(colorSpace_));
+
+    TIndirectObject* form = objects->add(0);
+    form->comment("Image/SVG");
+    const uint64_t number = form->num();
+    form->args({"Type", "XObject"});
+    form->args({"Subtype", "Form"});
+    form->set("Group", sformat("%llu 0 R", static_cast<unsigned long long>(number + 1)));
+    form->set("BBox", sformat("[%.3f %.3f %.3f %.3f]", static_cast<double>(positionX_),
+                              static_cast<double>(positionY_), static_cast<double>(positionX_ + origWidth_),
+                              static_cast<double>(positionY_ + origHeight_)));
+    TBuffer stream(2048, 8192);
+    TContent out(stream);
+    // The tree is consumed in document order; each element goes as soon as
+    // it is written.  When one fails, those not yet written stay.
+    size_t done = 0;
+    try {
+        for (; done < elements_.size(); ++done) {
+            elements_[done]->writeData(out, documentScale_);
+            elements_[done].reset();
+        }
+    } catch (...) {
+        elements_.erase(elements_.begin(), elements_.begin() + static_cast<std::ptrdiff_t>(done));
+        throw;
+    }
+    elements_.clear();
+    form->setStream(&stream, "");
+    return number;
+}
+
+void TImageSVG::addObjectMask(TObjects* objects) {
+    TIndirectObject* group = objects->add(0);
+    group->comment("SVG/Transparency");
+    group->args({"Type", "Group"});
+    group->args({"S", "Transparency"});
+}
+
+// ---- fonts and sub-images -----------------------------------------------------------------
+
+bool TImageSVG::has2Pass() { return !subImageSources_.empty() || !rawFonts_.empty(); }
+
+void TImageSVG::addRawFont(const SRawFont& font) {
+    for (const SRawFont& known : rawFonts_)
+        if (known == font) return;
+    rawFonts_.push_back(font);
+}
+
+void TImageSVG::setFont(const SRawFont& font) {
+    for (const auto& element : elements_)
+        if (auto* group = dynamic_cast<TSvgGroup*>(element.get())) group->setFont(font);
+}
+
+void TImageSVG::addSubImageSource(const std::string& name) {
+    for (const std::string& known : subImageSources_)
+        if (known == name) return;
+    subImageSources_.push_back(name);
+}
+
+uint64_t TImageSVG::getSubImageIDBySourceName(const std::string& name) {
+    for (const SLinkSrcId& link : subImageIds_)
+        if (link.src == name) return link.id;
+    return 0;
+}
+
+TSvgSubImage* TImageSVG::getSubImageBySourceName(const std::string& name) {
+    for (const auto& element : elements_)
+        if (auto* group = dynamic_cast<TSvgGroup*>(element.get()))
+            if (TSvgSubImage* found = group->getSubImageBySourceName(name)) return found;
+    return nullptr;
+}
+
+void TImageSVG::swapSubImage(const std::string& name, const std::string& newName) {
+    for (std::string& source : subImageSources_) {
+        if (source != name) continue;
+        source = newName;
+        return;
+    }
+}
+
+// ---- gradients and curve geometry ------------------------------------------------------------
+
+void TImageSVG::addGradient(_xmlNode*, GradientType) {}
+
+void TImageSVG::_linkGradientXRefs() {}
+
+std::string TImageSVG::_svgGradient(SGradientInfo, TSvgElement*) { return ""; }
+
+std::array<float, 4> TImageSVG::calcBeizerBBox(const SPoint& start, const SCurve& curve) {
+    return {std::min(start.x, curve.end.x), std::min(start.y, curve.end.y), std::max(start.x, curve.end.x),
+            std::max(start.y, curve.end.y)};
+}
+
+std::string TImageSVG::arcTo(const SPoint&, const SPoint&, const SPoint&, float, float, float,
+                             std::map<int, std::vector<float>>&) {
+    return "";
+}
+
+}  // namespace kivu

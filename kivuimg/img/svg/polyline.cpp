@@ -1,0 +1,3 @@
+#include "kivuimg/img/svg/polyline.h"
+
+// A polyline is a polygon with an open path: all of it lives in the header.
