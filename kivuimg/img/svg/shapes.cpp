@@ -24,7 +24,8 @@ void writePointPath(TContent& out, const std::vector<SPoint>& points, float s) {
 }
 
 std::vector<SPoint> parsePointList(const std::string& text) {
-    static const Regex kNumber("[0-9\\-\\.]*");
+    // A minus sign always starts a new number: "10-5" is 10 and -5.
+    static const Regex kNumber("-?[0-9.]*");
     std::vector<SPoint> points;
     float x = 0;
     bool haveX = false;

@@ -22,10 +22,10 @@ void writeEllipsePath(TContent& out, float cx, float cy, float rx, float ry, flo
 // The points as "x y m " and then "x y l " each, y negated; no closing.
 void writePointPath(TContent& out, const std::vector<SPoint>& points, float scale);
 
-// The numbers of a "points" list: every run of digits, "-" and "." is one
-// number ("10-5" is two, "1e-5" gives 1 and -5), taken in pairs; a last
-// number without a partner is dropped.  A run that is no number ("-",
-// "1.2.3") raises.
+// The numbers of a "points" list: every run of digits and "." with an
+// optional minus sign in front is one number ("10-5" is two, "1e-5" gives 1
+// and -5), taken in pairs; a last number without a partner is dropped.  A
+// run that is no number ("-", "1.2.3") raises.
 std::vector<SPoint> parsePointList(const std::string& text);
 
 }  // namespace kivu

@@ -322,7 +322,10 @@ std::string TImageSVG::_dashOperators(const SSVGStyle& style) {
     if (style.dashArray.empty()) return kNoDash;
     std::vector<std::string> pieces = regSplit("[,]", style.dashArray, "");
     if (pieces.size() == 1 && (!isNumeric(pieces[0]) || pieces[0] == "0")) return kNoDash;
-    if (pieces.size() % 2) pieces.insert(pieces.end(), pieces.begin(), pieces.end());
+    if (pieces.size() % 2) {
+        const std::vector<std::string> once = pieces;
+        pieces.insert(pieces.end(), once.begin(), once.end());
+    }
     TMemory memory(64, 0);
     TContent out(memory);
     out.raw("[");
