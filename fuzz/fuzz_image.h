@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <exception>
 #include <span>
+#include <vector>
 
 #include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/graphics/gradient.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/imgformat.h"
 
@@ -22,7 +24,8 @@ inline void limitPixels() { kivu::maxImagePixels(1u << 22); }
 // every object.
 inline void emit(kivu::TImageFormat& image, kivu::ColorSpace space, kivu::ConvertImages convert) {
     kivu::TObjects objects;
-    image.addObjectSpecs(&objects, "Im1", nullptr, space, convert);
+    std::vector<kivu::SGradient> gradients;
+    image.addObjectSpecs(&objects, "Im1", &gradients, space, convert);
     if (image.hasMask()) image.addObjectMask(&objects);
     if (image.isIndexed()) image.addObjectPalette(&objects);
     for (uint64_t n : objects.order())
