@@ -12,6 +12,7 @@ namespace kivu {
 
 struct Regex::Impl {
     pcre2_code* code = nullptr;
+    uint32_t pairs = 1;  // the whole match and each capture group
     ~Impl() {
         if (code) pcre2_code_free(code);
     }
@@ -33,12 +34,31 @@ uint32_t lettersToFlags(std::string_view letters) {
     return f;
 }
 
-struct MatchData {
-    pcre2_match_data* md;
-    explicit MatchData(const pcre2_code* code) : md(pcre2_match_data_create_from_pattern(code, nullptr)) {}
-    ~MatchData() { pcre2_match_data_free(md); }
+// Match data for one call.  A block with room for 32 groups is kept per
+// thread and reused, so that a match costs no allocation; a pattern with
+// more groups gets a block of its own.
+class MatchData {
+public:
+    MatchData(const pcre2_code* code, uint32_t pairs) {
+        if (pairs <= kShared) {
+            thread_local std::unique_ptr<pcre2_match_data, void (*)(pcre2_match_data*)> shared(
+                pcre2_match_data_create(kShared, nullptr), pcre2_match_data_free);
+            md = shared.get();
+        } else {
+            md = own = pcre2_match_data_create_from_pattern(code, nullptr);
+        }
+    }
+    ~MatchData() {
+        if (own) pcre2_match_data_free(own);
+    }
     MatchData(const MatchData&) = delete;
     MatchData& operator=(const MatchData&) = delete;
+
+    pcre2_match_data* md = nullptr;
+
+private:
+    static constexpr uint32_t kShared = 32;
+    pcre2_match_data* own = nullptr;
 };
 
 }  // namespace
@@ -58,6 +78,9 @@ Regex::Regex(std::string_view pattern, uint32_t flags) : impl_(std::make_unique<
         throwf("Invalid regular expression '%.*s': %s", static_cast<int>(pattern.size()), pattern.data(),
                reinterpret_cast<const char*>(buf));
     }
+    uint32_t groups = 0;
+    pcre2_pattern_info(impl_->code, PCRE2_INFO_CAPTURECOUNT, &groups);
+    impl_->pairs = groups + 1;
     // JIT is an optimisation: where it isn't available the interpreter runs.
     pcre2_jit_compile(impl_->code, PCRE2_JIT_COMPLETE);
 }
@@ -68,13 +91,13 @@ Regex::~Regex() = default;
 
 std::optional<Regex::Match> Regex::search(std::string_view subject, size_t start) const {
     if (start > subject.size()) return std::nullopt;
-    MatchData m(impl_->code);
+    MatchData m(impl_->code, impl_->pairs);
     if (!m.md) return std::nullopt;
     const int rc = pcre2_match(impl_->code, reinterpret_cast<PCRE2_SPTR>(subject.data()), subject.size(), start, 0,
                                m.md, nullptr);
     if (rc < 0) return std::nullopt;
     const PCRE2_SIZE* ov = pcre2_get_ovector_pointer(m.md);
-    const uint32_t pairs = pcre2_get_ovector_count(m.md);
+    const uint32_t pairs = impl_->pairs;
     Match out;
     out.begin = ov[0];
     out.end = ov[1];

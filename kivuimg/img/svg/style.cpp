@@ -12,7 +12,9 @@
 // line win.
 #include "kivuimg/img/svg/style.h"
 
+#include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "kivuimg/commons/content.h"
@@ -58,8 +60,59 @@ std::optional<std::string> styleValue(const Regex& re, const std::string& text) 
     return v;
 }
 
-const Regex& property(const char* name, const char* value) {
-    return cachedRegex(sformat("(.*)%s:\\s*(%s)(.*)", name, value), "i");
+// The properties of a style text, each found by "(.*)name:\s*(value)(.*)".
+enum Property {
+    kFill,
+    kFillOpacity,
+    kFillRule,
+    kStroke,
+    kStrokeLinecap,
+    kStrokeLinejoin,
+    kStrokeMiterlimit,
+    kStrokeOpacity,
+    kStrokeWidth,
+    kStrokeDasharray,
+    kStrokeDashoffset,
+    kFontFamily,
+    kFontSize,
+    kFontWeight,
+    kFontStyle,
+    kFontVariant,
+    kTextAnchor,
+    kPropertyCount
+};
+
+const Regex& property(Property which) {
+    static const struct {
+        const char* name;
+        const char* value;
+    } kRows[kPropertyCount] = {
+        {"fill", "[a-z0-9#_()]*|none"},
+        {"fill-opacity", "[a-z0-9.-]*|none"},
+        {"fill-rule", "[a-z0-9#]*|none"},
+        {"stroke", "[a-z0-9#]*|none"},
+        {"stroke-linecap", "[a-z0-9#]*|none"},
+        {"stroke-linejoin", "[a-z0-9#]*|none"},
+        {"stroke-miterlimit", "[a-z0-9#]*|none"},
+        {"stroke-opacity", "[a-z0-9.-]*|none"},
+        {"stroke-width", "[a-z0-9.]*|none"},
+        {"stroke-dasharray", "[a-z0-9., ]*|none"},
+        {"stroke-dashoffset", "[a-z0-9.]*|none"},
+        {"font-family", "[a-z0-9.\\\\\"' ,\\-]*|none"},
+        {"font-size", "[a-z0-9.]*|none"},
+        {"font-weight", "[a-z0-9.]*|normal"},
+        {"font-style", "[a-z0-9.]*|normal"},
+        {"font-variant", "[a-z0-9.]*|normal"},
+        {"text-anchor", "start|middle|end"},
+    };
+    static const auto kPatterns = [] {
+        std::array<std::unique_ptr<Regex>, kPropertyCount> patterns;
+        for (size_t i = 0; i < kPropertyCount; ++i)
+            patterns[i] = std::make_unique<Regex>(sformat("(.*)%s:\\s*(%s)(.*)", kRows[i].name, kRows[i].value),
+                                                  Regex::Caseless);
+        return patterns;
+    }();
+    return *kPatterns[which];
 }
 
 // "#rrggbb" of the three whole numbers of an rgb(...) match.
@@ -90,12 +143,12 @@ void fillRows(const std::string& text, SSVGStyle& style) {
     static const Regex kOpacity("[^-]opacity:\\s*([a-z0-9.-]*|none)", Regex::Caseless);
     static const Regex kOpacityFirst("^opacity:\\s*([a-z0-9.-]*|none)", Regex::Caseless);
     if (auto m = kFillRgb.search(text)) style.fill = SColor(hexOf(*m));
-    else if (auto v = styleValue(property("fill", "[a-z0-9#_()]*|none"), text)) style.fill = SColor(*v);
+    else if (auto v = styleValue(property(kFill), text)) style.fill = SColor(*v);
     if (auto m = kOpacity.search(text)) setOpacity(style, opacityRule(m->group(1)));
     else if (auto m = kOpacityFirst.search(text); m && m->group(1) != "inherited")
         setOpacity(style, opacityRule(m->group(1)));
-    if (auto v = styleValue(property("fill-opacity", "[a-z0-9.-]*|none"), text)) style.fillOpacity = opacityRule(*v);
-    if (auto v = styleValue(property("fill-rule", "[a-z0-9#]*|none"), text)) style.fillRule = *v;
+    if (auto v = styleValue(property(kFillOpacity), text)) style.fillOpacity = opacityRule(*v);
+    if (auto v = styleValue(property(kFillRule), text)) style.fillRule = *v;
 }
 
 // The stroke colour: rgb(...) (case-sensitive), a name, or a gradient
@@ -105,7 +158,7 @@ void strokeColorRows(const std::string& text, SSVGStyle& style) {
     static const Regex kUrl("url\\(#([\\w_]*)\\)", Regex::Caseless);
     if (auto m = kStrokeRgb.search(text)) {
         style.stroke = SColor(hexOf(*m));
-    } else if (auto v = styleValue(property("stroke", "[a-z0-9#]*|none"), text)) {
+    } else if (auto v = styleValue(property(kStroke), text)) {
         if (*v != "url") style.stroke = SColor(*v);
         else if (auto url = kUrl.search(text)) style.stroke = SColor(std::string(url->group(0)));
     }
@@ -116,24 +169,24 @@ void strokeColorRows(const std::string& text, SSVGStyle& style) {
 void TImageSVG::_defineStyleString(const std::string& text, SSVGStyle& style) {
     fillRows(text, style);
     strokeColorRows(text, style);
-    if (auto v = styleValue(property("stroke-linecap", "[a-z0-9#]*|none"), text)) style.lineCap = str2LineCapStyle(*v);
-    if (auto v = styleValue(property("stroke-linejoin", "[a-z0-9#]*|none"), text))
+    if (auto v = styleValue(property(kStrokeLinecap), text)) style.lineCap = str2LineCapStyle(*v);
+    if (auto v = styleValue(property(kStrokeLinejoin), text))
         style.lineJoin = str2LineJoinStyle(*v);
-    if (auto v = styleValue(property("stroke-miterlimit", "[a-z0-9#]*|none"), text)) {
+    if (auto v = styleValue(property(kStrokeMiterlimit), text)) {
         style.miterLimit = *v;
         style.hasMiterLimit = true;
     }
-    if (auto v = styleValue(property("stroke-opacity", "[a-z0-9.-]*|none"), text)) {
+    if (auto v = styleValue(property(kStrokeOpacity), text)) {
         const std::string t = strip(*v);
         style.strokeOpacity = toFloat(t.empty() ? "0" : t);
     }
-    if (auto v = styleValue(property("stroke-width", "[a-z0-9.]*|none"), text))
+    if (auto v = styleValue(property(kStrokeWidth), text))
         style.strokeWidth = _checkStrokeWidth(*v);
-    if (auto v = styleValue(property("stroke-dasharray", "[a-z0-9., ]*|none"), text)) {
+    if (auto v = styleValue(property(kStrokeDasharray), text)) {
         style.dashArray = *v;
         style.hasDashArray = true;
     }
-    if (auto v = styleValue(property("stroke-dashoffset", "[a-z0-9.]*|none"), text)) style.dashOffset = toInt(*v);
+    if (auto v = styleValue(property(kStrokeDashoffset), text)) style.dashOffset = toInt(*v);
 }
 
 void TImageSVG::_defineRestStyles(const Attributes& attributes, SSVGStyle& style) {
@@ -177,20 +230,20 @@ namespace {
 
 // The font properties of the style text.
 void textStyleString(const std::string& text, SSVGStyle& style, float scale) {
-    if (auto v = styleValue(property("font-family", "[a-z0-9.\\\\\"' ,\\-]*|none"), text)) {
+    if (auto v = styleValue(property(kFontFamily), text)) {
         std::string family = strip(*v);
         std::erase(family, '\'');
         style.fontFamily = family;
     }
-    if (auto v = styleValue(property("font-size", "[a-z0-9.]*|none"), text)) {
+    if (auto v = styleValue(property(kFontSize), text)) {
         const std::string size = strip(*v);
         style.fontSize = SUnit(size.empty() ? "10px" : size).dpiPixel2Pt(scale);
     }
-    if (auto v = styleValue(property("font-weight", "[a-z0-9.]*|normal"), text)) style.fontWeight = strip(toLower(*v));
-    if (auto v = styleValue(property("font-style", "[a-z0-9.]*|normal"), text)) style.fontStyle = strip(toLower(*v));
-    if (auto v = styleValue(property("font-variant", "[a-z0-9.]*|normal"), text))
+    if (auto v = styleValue(property(kFontWeight), text)) style.fontWeight = strip(toLower(*v));
+    if (auto v = styleValue(property(kFontStyle), text)) style.fontStyle = strip(toLower(*v));
+    if (auto v = styleValue(property(kFontVariant), text))
         style.fontVariant = strip(toLower(*v));
-    if (auto v = styleValue(property("text-anchor", "start|middle|end"), text)) style.textAnchor = strip(toLower(*v));
+    if (auto v = styleValue(property(kTextAnchor), text)) style.textAnchor = strip(toLower(*v));
 }
 
 // The font attributes, each when present and not "inherit".
