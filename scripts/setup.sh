@@ -8,7 +8,7 @@ PKGS=(
   libxml2-dev libjpeg62-turbo-dev zlib1g-dev libcurl4-openssl-dev
   libpcre2-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  qpdf poppler-utils python3-pil
+  qpdf poppler-utils python3-pil python3-pikepdf
   clang libclang-rt-dev
   libwmf-bin librsvg2-bin fonts-urw-base35
 )
