@@ -261,24 +261,15 @@ int TBuffer::save(const std::string& path, bool append) const {
 }
 
 bool TBuffer::load(const std::string& path) {
-    FILE* f = std::fopen(path.c_str(), "rb");
+    std::unique_ptr<FILE, int (*)(FILE*)> f(std::fopen(path.c_str(), "rb"), std::fclose);
     if (!f) return false;
     struct stat st {};
-    if (fstat(fileno(f), &st) != 0 || !S_ISREG(st.st_mode)) {
-        std::fclose(f);
-        return false;
-    }
-    freeMem();
+    if (fstat(fileno(f.get()), &st) != 0 || !S_ISREG(st.st_mode)) return false;
     const uint64_t len = static_cast<uint64_t>(st.st_size);
-    data_ = static_cast<uint8_t*>(std::malloc(len + 1));
-    if (!data_) {
-        std::fclose(f);
-        return false;
-    }
-    adviseLargeBlock(data_, len + 1);
-    allocated_ = len + 1;
-    used_ = len ? std::fread(data_, 1, len, f) : 0;
-    std::fclose(f);
+    // A block of the file's length (and one byte more); a fixed block is
+    // filled in place or raises.
+    if (!_reinit(len)) return false;
+    used_ = len ? std::fread(data_, 1, len, f.get()) : 0;
     return true;
 }
 

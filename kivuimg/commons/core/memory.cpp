@@ -79,8 +79,13 @@ bool TMemory::addByteSlow(uint8_t b) {
 
 bool TMemory::addBytesSlow(std::span<const uint8_t> s) {
     if (foreign_ || s.empty()) return false;
+    // A run taken from this very block (m += m) moves with it when it grows.
+    const uint8_t* from = s.data();
+    const uintptr_t at = reinterpret_cast<uintptr_t>(from), base = reinterpret_cast<uintptr_t>(data_);
+    const bool inside = data_ && at >= base && at - base < allocated_;
     if (!_reserveMem(s.size())) return false;
-    std::memcpy(data_ + used_, s.data(), s.size());
+    if (inside) from = data_ + (at - base);
+    std::memmove(data_ + used_, from, s.size());
     used_ += s.size();
     return true;
 }
@@ -88,11 +93,6 @@ bool TMemory::addBytesSlow(std::span<const uint8_t> s) {
 bool TMemory::_reserveMem(uint64_t extra) {
     const uint64_t needed = used_ + extra;
     if (needed < allocated_) return true;
-    if (maxSize_ != 0) {
-        // A fixed block takes exactly maxSize bytes; a single byte counts as one.
-        if (used_ + (extra ? extra : 1) <= maxSize_) return true;
-        throw KivuException("Memory buffer is full, reserve more memory in settings.");
-    }
     const uint64_t step = extra ? extra : reserveStep_;
     if (!data_) {
         // The first block has one step of slack beyond the request; a block

@@ -6,6 +6,7 @@ namespace kivu {
 
 namespace {
 const char* const kWrongConstructor = "Create Outsize buffer only with memory pointer and size1";
+const char* const kFull = "Memory buffer is full, reserve more memory in settings.";
 }
 
 TOutside::TOutside(uint8_t* p, uint64_t n) : TBuffer(1024, 8192) {
@@ -28,6 +29,19 @@ void TOutside::freeMem() {
     data_ = nullptr;
     used_ = 0;
     allocated_ = 0;
+}
+
+// A single byte counts as one.  After freeMem() no memory is left to write.
+bool TOutside::_reserveMem(uint64_t extra) {
+    const uint64_t capacity = data_ ? maxSize_ : 0;
+    if (used_ + (extra ? extra : 1) <= capacity) return true;
+    throw KivuException(kFull);
+}
+
+bool TOutside::_reinit(uint64_t n) {
+    if (n > (data_ ? maxSize_ : 0)) throw KivuException(kFull);
+    used_ = 0;
+    return true;
 }
 
 }  // namespace kivu

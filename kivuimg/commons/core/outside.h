@@ -16,6 +16,13 @@ public:
     ~TOutside() override;
 
     void freeMem() override;
+
+protected:
+    // The capacity is fixed: a write that doesn't fit raises "Memory buffer
+    // is full, ...", and the memory is never reallocated.
+    bool _reserveMem(uint64_t extra) override;
+    // Starts the same memory afresh; more than its capacity raises.
+    bool _reinit(uint64_t n) override;
 };
 
 }  // namespace kivu

@@ -51,6 +51,16 @@ TEST(Memory, LongRunsOfSingleBytesKeepTheirContent) {
     for (int i = 0; i < 1'000'000; i += 9973) ASSERT_EQ(m.getAt(i), static_cast<uint8_t>(i * 7));
 }
 
+TEST(Memory, AppendingFromItselfSurvivesGrowth) {
+    TMemory m(4, 8192);
+    m += std::string_view("abcdef");
+    m += m;
+    EXPECT_EQ(m.to_string(), "abcdefabcdef");
+    // A run inside the block, appended while the block grows under it.
+    for (int i = 0; i < 6; ++i) m.addBytes(m.pointChunk(2, 3));
+    EXPECT_EQ(m.to_string(), "abcdefabcdefcdecdecdecdecdecde");
+}
+
 TEST(Memory, ForeignBlocksNeverGrow) {
     uint8_t area[4] = {1, 2, 3, 4};
     TMemory m(area, 4);
@@ -130,6 +140,27 @@ TEST(Outside, FixedCapacityAndRefusedConstructors) {
         EXPECT_STREQ(e.what(), "Create Outsize buffer only with memory pointer and size1");
     }
     EXPECT_THROW(TOutside(std::span<const uint8_t>()), KivuException);
+}
+
+TEST(Outside, NoCapacityAndNoReallocation) {
+    uint8_t area[32] = {0};
+    TOutside none(area, 0);
+    EXPECT_THROW(none.addByte(1), KivuException) << "a block of 0 bytes over foreign memory takes nothing";
+    EXPECT_THROW(none.addChars("x"), KivuException);
+    // Expanding or loading more than the capacity raises instead of taking
+    // memory of its own.
+    const std::vector<uint8_t> z = TMemory::_comp(std::vector<uint8_t>(1000, 7), -1);
+    ASSERT_LT(z.size(), sizeof area);
+    std::memcpy(area, z.data(), z.size());
+    TOutside packed(area, z.size());
+    EXPECT_THROW(packed.uncomp(), KivuException);
+    const std::string path = ::testing::TempDir() + "kivu_outside_test.bin";
+    ASSERT_EQ(TBuffer::create(std::string(40, 'x'))->save(path, false), 1);
+    EXPECT_THROW(packed.load(path), KivuException);
+    ASSERT_EQ(TBuffer::create("1234")->save(path, false), 1);
+    ASSERT_TRUE(packed.load(path));
+    EXPECT_EQ(packed.to_string(), "1234");
+    EXPECT_EQ(area[0], '1') << "loaded in place";
 }
 
 TEST(Buffer, Base64AndFiles) {
