@@ -91,6 +91,19 @@ std::unique_ptr<TSettings>& settingsOwner() {
     return owner;
 }
 
+// Images whose name a later load took over (a shared fallback name, a URL
+// fetched again): the host may still hold them, so they live until the next
+// reset like every registered image.
+std::vector<std::unique_ptr<TImageFormat>>& replacedImages() {
+    static std::vector<std::unique_ptr<TImageFormat>> images;
+    return images;
+}
+
+void clearRegistry() {
+    g_imageList.clear();
+    replacedImages().clear();
+}
+
 std::unique_ptr<TImageJPG> undefinedOver(std::string& name, const char* fallback) {
     name = fallback;
     return createUndefinedImage();
@@ -144,6 +157,12 @@ std::unique_ptr<TImageFormat> createImage(std::unique_ptr<TBuffer> buffer, const
     return it->second(std::move(buffer));
 }
 
+void registerImage(const std::string& name, std::unique_ptr<TImageFormat> image) {
+    std::unique_ptr<TImageFormat>& slot = g_imageList[name];
+    if (slot) replacedImages().push_back(std::move(slot));
+    slot = std::move(image);
+}
+
 std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source) {
     std::string key = name;
     if (g_imageList.count(key)) return key;
@@ -167,7 +186,7 @@ std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source) 
             return "";
         }
         image->readSpecs();
-        g_imageList[key] = std::move(image);
+        registerImage(key, std::move(image));
         return key;
     } catch (const std::exception& e) {
         // The log itself may fail (a log file that can't be written): nothing
@@ -223,7 +242,7 @@ bool libimg_init(const char* home, unsigned int logOut) {
         settingsOwner() = std::make_unique<TSettings>(path, static_cast<LogOut>(logOut), -1);
         g_settings = settingsOwner().get();
         g_log = g_settings->log();
-        g_imageList.clear();
+        clearRegistry();
         return true;
     } catch (const std::exception& e) {
         try {
@@ -235,7 +254,7 @@ bool libimg_init(const char* home, unsigned int logOut) {
 }
 
 void libimg_resetResources() {
-    g_imageList.clear();
+    clearRegistry();
     exportedNames().clear();
     malloc_trim(0);
 }

@@ -33,6 +33,11 @@ std::unique_ptr<TImageJPG> createUndefinedImage();
 // The Base64 text of the fallback picture.
 const char* undefinedImageBase64();
 
+// Enters an image into the registry under `name`.  An image that held the
+// name before stays alive (unlisted) until the next reset: a host may still
+// use the pointer it was given.
+void registerImage(const std::string& name, std::unique_ptr<TImageFormat> image);
+
 // Loads (or finds) an image by name; C++ form of libimg_loadImage.
 std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
 

@@ -149,9 +149,12 @@ TEST_F(ImageFrame, LoadsJpegFromAUrl) {
     EXPECT_EQ(img->colorSpace(), csCMYK);
     EXPECT_EQ(img->width(), 160);
     EXPECT_NE(logText().find("Fetch data from: '" + server.url("a/b.JPG") + "'"), std::string::npos);
-    // The long name isn't in the registry: it is fetched again.
+    // The long name isn't in the registry: it is fetched again, and the
+    // image it replaces lives on until the reset.
     libimg_loadImage(("url(" + server.url("a/b.JPG") + ")").c_str(), nullptr);
     EXPECT_EQ(server.requests(), 2);
+    EXPECT_NE(libimg_getImage("b.JPG"), img);
+    EXPECT_EQ(img->width(), 160);
     // A URL ending in "/" has no extension.
     EXPECT_STREQ(libimg_loadImage(("url(" + server.url("dir/") + ")").c_str(), nullptr), "unsuppored-image.jpg");
     // A status of 400 and up is an exception: the fallback of exceptions.
@@ -170,9 +173,13 @@ TEST_F(ImageFrame, FallbacksHaveTheirNames) {
     filePutContents(jpe, getFileContents(sample("gradient-rgb.jpg")), false);
 
     EXPECT_STREQ(libimg_loadImage((dir / "missing.jpg").c_str(), nullptr), "not-found.jpg");
-    ASSERT_NE(libimg_getImage("not-found.jpg"), nullptr);
-    EXPECT_EQ(libimg_getImage("not-found.jpg")->width(), 57);
+    TImageFormat* first = libimg_getImage("not-found.jpg");
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->width(), 57);
     EXPECT_STREQ(libimg_loadImage(oneByte.c_str(), nullptr), "not-found.jpg");
+    // The name went to a new picture; the host's pointer to the first stays good.
+    EXPECT_NE(libimg_getImage("not-found.jpg"), first);
+    EXPECT_EQ(first->width(), 57);
     EXPECT_STREQ(libimg_loadImage("empty.jpg", TBuffer::create("").release()), "not-found.jpg");
     EXPECT_STREQ(libimg_loadImage(jpe.c_str(), nullptr), "unsuppored-image.jpg");
     EXPECT_NE(logText().find("Image format '.jpe' is not supported"), std::string::npos);
