@@ -128,10 +128,8 @@ std::string replaceNumberVar(const std::string& s, uint64_t n) {
 
 std::string session(const std::string& path, const std::string& word) {
     if (word.empty() || path.find("~session~") != std::string::npos) return path;
-    const size_t sep = path.find_last_of("/\\");
-    const size_t dot = path.rfind('.');
-    if (dot != std::string::npos && (sep == std::string::npos || dot > sep))
-        return path.substr(0, dot) + "~session~" + word + path.substr(dot);
+    const size_t dot = extensionStart(path);
+    if (dot != std::string::npos) return path.substr(0, dot) + "~session~" + word + path.substr(dot);
     return path + "~session~" + word;
 }
 
@@ -197,18 +195,23 @@ bool dirExists(const std::string& path) {
     return !path.empty() && fs::is_directory(path, ec);
 }
 
-std::string fileExtension(const std::string& name) {
+size_t extensionStart(std::string_view name) {
     // Walking back: a separator ends the search; a dot that is neither the
     // first character nor right behind a separator starts the extension.
     for (size_t i = name.size(); i-- > 0;) {
         const char c = name[i];
-        if (c == '/' || c == '\\') return "";
+        if (c == '/' || c == '\\') return std::string::npos;
         if (c == '.') {
-            if (i == 0 || name[i - 1] == '/' || name[i - 1] == '\\') return "";
-            return toLower(name.substr(i));
+            if (i == 0 || name[i - 1] == '/' || name[i - 1] == '\\') return std::string::npos;
+            return i;
         }
     }
-    return "";
+    return std::string::npos;
+}
+
+std::string fileExtension(const std::string& name) {
+    const size_t dot = extensionStart(name);
+    return dot == std::string::npos ? std::string() : toLower(name.substr(dot));
 }
 
 // ---- file classes ------------------------------------------------------------
@@ -254,8 +257,8 @@ std::string imageTypeAsExt(const std::string& s) {
 
 bool hasColorSpaceModification(const std::string& s) {
     for (const char* m : {"+GRAY", "+CMYK", "+RGB"}) {
-        const size_t at = s.find(m);
-        if (at != std::string::npos && at > 0) return true;
+        // Anywhere but at the very beginning.
+        if (s.find(m, 1) != std::string::npos) return true;
     }
     return false;
 }

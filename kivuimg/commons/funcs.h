@@ -33,6 +33,9 @@ bool g_checkKivuXsdFile(const std::string& path);
 
 bool fileExists(const std::string& path);
 bool dirExists(const std::string& path);
+// Where the extension's dot stands, npos when the name has none: the last
+// "." of the last path segment, unless it begins the segment (".hidden").
+size_t extensionStart(std::string_view name);
 // The lowercase extension with its dot, "" when the name has none.
 std::string fileExtension(const std::string& name);
 

@@ -36,10 +36,9 @@ TLog::TLog(const std::string& path, const std::string& name, LogOut out, bool in
       extension_(extension) {
     std::string full = name.empty() ? path + "kivu.log" : name;
     // Split off the extension of the file part only.
-    const size_t sep = full.find_last_of("/\\");
-    const size_t dot = full.rfind('.');
+    const size_t dot = extensionStart(full);
     std::string base = full, ext;
-    if (dot != std::string::npos && (sep == std::string::npos || dot > sep + 1)) {
+    if (dot != std::string::npos) {
         base = full.substr(0, dot);
         ext = full.substr(dot);
     }
@@ -80,9 +79,21 @@ bool TLog::logFileExists() {
     return fileSeen_;
 }
 
+namespace {
+
+// The message of a line: what follows its "[YYYY-MM-DD hh:mm:ss]" stamp, so
+// that a repeat is known whatever second it comes in.
+std::string_view messageOf(std::string_view line) {
+    constexpr size_t kStamp = 21;  // "[" + 19 characters of time + "]"
+    if (line.size() >= kStamp && line[0] == '[' && line[kStamp - 1] == ']') return line.substr(kStamp);
+    return line;
+}
+
+}  // namespace
+
 void TLog::addMessage(const std::string& text, bool, bool always) {
     if (!always) {
-        if (!seen_.insert(md5(text)).second) return;
+        if (!seen_.insert(md5(messageOf(text))).second) return;
     }
     FILE* f = std::fopen(fileName_.c_str(), "ab");
     if (!f) throwf("Can't write log file '%s'", fileName_.c_str());

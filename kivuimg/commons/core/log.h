@@ -27,7 +27,8 @@ public:
     // Empties the file if it exists.
     virtual void clean();
     virtual bool logFileExists();
-    // Appends one line unless the same text was written before (or `always`).
+    // Appends one line unless the same message was written before (or
+    // `always`); a leading time stamp doesn't count as part of the message.
     virtual void addMessage(const std::string& text, bool flag, bool always);
     virtual bool isParallelMode() { return parallel_; }
     virtual void parallelMode(bool on) { parallel_ = on; }

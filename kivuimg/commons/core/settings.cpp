@@ -83,12 +83,15 @@ TSettings::TSettings(const std::string& path, LogOut out, int) {
         startEnd = boolKey(*logIt, "start-end", startEnd);
         autoClear = boolKey(*logIt, "auto-clear", autoClear);
     }
-    if (!logPathText.empty()) logPath_ = _resolveLogPath(logPathText);
+    const bool logFolderMissing = !logPathText.empty() && _resolveLogPath(logPathText, logPath_);
     std::error_code ec;
     if (out == LogOut::file) fs::create_directories(logPath_, ec);
     log_ = std::make_unique<TLog>(logPath_, "", out, info, warnings, startEnd, autoClear, false);
     if (autoClear) log_->clean();
-    // Messages of the remaining steps go to this log.
+    // Messages of the remaining steps go to this log, the missing log folder's too.
+    if (logFolderMissing)
+        g_logExclamation(log_.get(), "Output folder '%s' does not exists, using '%s'", logPathText.c_str(),
+                         logPath_.c_str());
     outputPath_ = _resolveOutputPath(pathout);
 
     auto fontIt = conf.find("default-font");
@@ -121,12 +124,12 @@ std::string TSettings::_resolveOutputPath(const std::string& text) const {
     return def;
 }
 
-std::string TSettings::_resolveLogPath(const std::string& text) const {
-    const std::string def = sub(home_, {"logs"});
-    if (toUpper(text) == "$DEFAULT") return def;
-    if (dirExists(text)) return backSlash(text);
-    std::fprintf(stderr, "Log folder '%s' does not exists, using '%s'\n", text.c_str(), def.c_str());
-    return def;
+bool TSettings::_resolveLogPath(const std::string& text, std::string& folder) const {
+    folder = sub(home_, {"logs"});
+    if (toUpper(text) == "$DEFAULT") return false;
+    if (!dirExists(text)) return true;
+    folder = backSlash(text);
+    return false;
 }
 
 void TSettings::maxThreads(const std::string& value) {

@@ -75,7 +75,9 @@ public:
 
 private:
     std::string _resolveOutputPath(const std::string& text) const;
-    std::string _resolveLogPath(const std::string& text) const;
+    // The log folder for the configured text; true when that folder doesn't
+    // exist and the default took its place (the log isn't made yet to say so).
+    bool _resolveLogPath(const std::string& text, std::string& folder) const;
 
     std::string home_;
     std::string outputPath_;

@@ -53,6 +53,10 @@ TEST(Log, RepeatsAreWrittenOnce) {
     EXPECT_EQ(all[3].substr(22), ": 'doc.pdf' -> End (3)");
     EXPECT_EQ(all[0][0], '[');
     EXPECT_EQ(all[0][5], '-');
+    // A repeat is known by its message, whatever second it comes in.
+    log.addMessage("[2001-01-01 00:00:00] ! later", true, false);
+    log.addMessage("[2001-01-01 00:00:01] ! later", true, false);
+    EXPECT_EQ(readAll(log.logPathFilename()).substr(text.size()), "[2001-01-01 00:00:00] ! later\n");
 }
 
 TEST(Log, LevelsQuietAndNull) {
@@ -115,12 +119,18 @@ TEST(Settings, ReadsKeysAndChecksTheDefaultFont) {
     EXPECT_EQ(s.packageHome(), home);
     EXPECT_TRUE(s.getFontPaths().empty());
 
-    filePutContents(home + ".conf.json", "{\"default-font\": \"arial\", \"pathout\": \"/no/such/dir\"}", false);
+    filePutContents(home + ".conf.json",
+                    "{\"default-font\": \"arial\", \"pathout\": \"/no/such/dir\","
+                    " \"log\": {\"path\": \"/no/such/logs\"}}",
+                    false);
     TSettings t(home, LogOut::file, -1);
     EXPECT_EQ(t.defaultFont(), "helvetica");
+    EXPECT_EQ(t.logPath(), home + "logs/");
     const std::string log = readAll(home + "logs/kivu.log");
     EXPECT_NE(log.find("Allowed default fonts are helvetica, times, courier, symbol or zapfdingbats"), std::string::npos);
     EXPECT_NE(log.find("Output folder '/no/such/dir' does not exists, using"), std::string::npos);
+    // The missing log folder is told in the log it falls back to, in the same words.
+    EXPECT_NE(log.find("] ! Output folder '/no/such/logs' does not exists, using '" + home + "logs/'"), std::string::npos);
 }
 
 TEST(SettingsDeathTest, MissingConfigEndsTheProcess) {
@@ -137,6 +147,8 @@ TEST(Funcs, NamesAndPaths) {
     EXPECT_EQ(session("x~session~1.pdf", "2"), "x~session~1.pdf");
     EXPECT_EQ(session("", "7"), "~session~7");
     EXPECT_EQ(session("a/b.pdf", "17"), "a/b~session~17.pdf");
+    EXPECT_EQ(session(".hidden", "7"), ".hidden~session~7") << "a leading dot starts no extension";
+    EXPECT_EQ(session("a.d/.x", "7"), "a.d/.x~session~7");
     EXPECT_EQ(replaceNumberVar("page-%04n.png", 7), "page-0007.png");
     EXPECT_EQ(replaceDateVars("plain"), "plain");
     EXPECT_EQ(replaceDateVars("%Y").size(), 4u);
@@ -157,6 +169,8 @@ TEST(Funcs, TextPredicates) {
     EXPECT_FALSE(hasFunc("scale 2"));
     EXPECT_TRUE(hasColorSpaceModification("a.jpg+GRAY"));
     EXPECT_FALSE(hasColorSpaceModification("+GRAY"));
+    EXPECT_TRUE(hasColorSpaceModification("+GRAY+GRAY"));
+    EXPECT_TRUE(hasColorSpaceModification("+CMYK.jpg+RGB"));
     EXPECT_TRUE(hasURL("url(x)"));
     EXPECT_FALSE(hasURL("url x"));
     EXPECT_TRUE(isInheritableProperty("color"));
