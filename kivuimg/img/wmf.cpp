@@ -94,10 +94,11 @@ void TImageWMF::walkRecords(Act&& act) {
     uint64_t start = kStandardHeader;
     if (mark == kPlaceableMark) start += kPlaceableHeader;
     set_seek(start < size() ? start : size());
-    // Every turn consumes at least the six bytes of a record's head, so the
-    // walk ends after at most size / 6 records.  Fewer than six bytes can't
-    // hold a function number: they read as 0, which ends the walk too.
-    while (left() >= kRecordHead) {
+    // Every turn but the last moves on by at least two bytes.  A value that
+    // doesn't fit in what is left reads 0 without moving: two or three stray
+    // bytes at the end have size 0 and name a function of their own, four or
+    // five give function 0, which ends the walk.
+    while (!eof()) {
         SRecord record;
         const uint32_t words = readLe<uint32_t>();
         record.function = readLe<uint16_t>();

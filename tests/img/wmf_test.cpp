@@ -544,18 +544,27 @@ TEST(WmfTest, PointCountBeyondTheRecordDrawsWhatTheRecordHolds) {
     EXPECT_EQ(emit(poly), "3 0 m\n1 2 l\nb\n");
 }
 
-TEST(WmfTest, WalkEndsOnATruncatedHead) {
+TEST(WmfTest, StrayBytesAtTheEndFollowTheWalk) {
+    // Part of a SETWINDOWEXT record's head.  Two or three bytes can't hold
+    // the size, which reads 0: they are the function, and its parameters
+    // read 0.  One byte, or four and five, leave function 0, which ends the walk.
+    const int widths[] = {37, 37, 0, 0, 37, 37};
     for (size_t cut = 0; cut < 6; ++cut) {
         WmfBuilder b;
-        b.polygon({{1, 1}});
+        b.windowExt(460, 460);
         std::vector<uint8_t> bytes = b.bytes();
-        // Part of a select record's head: too short to name a function.
-        const uint8_t tail[] = {0x04, 0x00, 0x00, 0x00, 0x2D, 0x01};
+        const uint8_t tail[] = {0x0C, 0x02, 0x00, 0x00, 0x00};
         bytes.insert(bytes.end(), tail, tail + cut);
         auto img = std::make_unique<TImageWMF>(TBuffer::create(std::span<const uint8_t>(bytes)));
         img->readSpecs();
-        EXPECT_EQ(emit(*img), "1 1 m\nb\n") << cut;
+        EXPECT_EQ(img->width(), widths[cut]) << cut;
     }
+    // Behind a drawing the window doesn't change, and the drawing stays.
+    WmfBuilder drawn;
+    drawn.windowExt(460, 460).polygon({{1, 1}}).raw({0x020C});
+    auto img = drawn.image();
+    EXPECT_EQ(img->width(), 37);
+    EXPECT_EQ(emit(*img), "1 1 m\nb\n");
 }
 
 TEST(WmfTest, ManyObjectsStayCheap) {
