@@ -35,23 +35,9 @@ void TImageBMP::readSpecs() {
     // A negative width reads as a huge one and is refused by the size check.
     const uint64_t w = static_cast<uint32_t>(biWidth);
     const uint64_t h = biHeight < 0 ? -static_cast<int64_t>(biHeight) : biHeight;
-    const bool topDown = biHeight < 0;
     bitsPerComponent_ = bitCount;
     components_ = bitCount <= 8 ? 1 : 3;
-
-    if (bitCount <= 15 && offBits > kHeaderEnd) {
-        const auto table = buffer_->pointChunk(kHeaderEnd, offBits - kHeaderEnd);
-        const uint64_t n = table.size() / 4;
-        if (n > 0) {
-            palette_ = std::make_unique<TBuffer>(n * 3 + 1, 8192);
-            for (uint64_t i = 0; i < n; ++i) {
-                const uint8_t* e = table.data() + 4 * i;
-                palette_->addByte(e[2]);
-                palette_->addByte(e[1]);
-                palette_->addByte(e[0]);
-            }
-        }
-    }
+    if (bitCount <= 15) _readColorTable(offBits);
 
     switch (compression_) {
         case 0:
@@ -68,33 +54,58 @@ void TImageBMP::readSpecs() {
     if (!supportedBitCount(bitCount)) throw KivuException("Error parsing BMP image - Unsupported biBitCount");
     if (offBits > size()) throwf("BMP: Pixel data offset %u lies past the end of the file", offBits);
 
-    // Rows of the source are padded to multiples of 4 bytes.
+    // Rows of the source are padded to multiples of 4 bytes; the last one
+    // needs no padding.
     const uint64_t rowBytes = (w * bitCount + 7) / 8;
     const uint64_t stride = (rowBytes + 3) & ~uint64_t(3);
+    const uint64_t needed = h ? stride * (h - 1) + rowBytes : 0;
 
     set_seek(offBits);
     std::unique_ptr<TBuffer> decoded;
     std::span<const uint8_t> source;
+    uint64_t zeros = 0;  // what line and bitmap ends of RLE data filled in
     if (compression_ == 1 || compression_ == 2) {
-        decoded = compression_ == 1 ? _rle8Decode(stride * h) : _rle4Decode(stride * h);
+        decoded = compression_ == 1 ? _rle8Decode(stride * h, zeros) : _rle4Decode(stride * h, zeros);
         source = decoded->pointChunk(0, 0);
     } else {
         source = buffer_->pointChunk(offBits, 0);
     }
+    // Rows past the end of the data read as 0, within bounds.
+    if (source.size() < needed) checkZeros("BMP", zeros + needed - source.size(), source.size() - zeros);
+    _unpackRows(source, rowBytes, stride, biHeight < 0);
+}
 
+// The colour table from offset 54 up to the pixels, as RGB triples.
+void TImageBMP::_readColorTable(uint32_t offBits) {
+    if (offBits <= kHeaderEnd) return;
+    const auto table = buffer_->pointChunk(kHeaderEnd, offBits - kHeaderEnd);
+    const uint64_t n = table.size() / 4;
+    if (n == 0) return;
+    palette_ = std::make_unique<TBuffer>(n * 3 + 1, 8192);
+    for (uint64_t i = 0; i < n; ++i) {
+        const uint8_t* e = table.data() + 4 * i;
+        palette_->addByte(e[2]);
+        palette_->addByte(e[1]);
+        palette_->addByte(e[0]);
+    }
+}
+
+// The rows into `data` top first, unpadded, true colour as RGB; what lies
+// past the end of the source reads as 0.
+void TImageBMP::_unpackRows(std::span<const uint8_t> source, uint64_t rowBytes, uint64_t stride, bool topDown) {
+    const uint64_t w = static_cast<uint64_t>(width_), h = static_cast<uint64_t>(height_);
+    const int bitCount = bitsPerComponent_;
     const bool packed = bitCount <= 8;
     const uint64_t outRow = packed ? rowBytes : 3 * w;
     dataBuf_ = std::make_unique<TBuffer>(outRow * h + 1, 8192);
     std::vector<uint8_t> padded(rowBytes);
     std::vector<uint8_t> converted(packed ? 0 : outRow);
     for (uint64_t y = 0; y < h; ++y) {
-        const uint64_t row = topDown ? y : h - 1 - y;
-        const uint64_t at = row * stride;
+        const uint64_t at = (topDown ? y : h - 1 - y) * stride;
         const uint8_t* p;
         if (at < source.size() && source.size() - at >= rowBytes) {
             p = source.data() + at;
         } else {
-            // Past the end of the data the pixels read as 0.
             std::fill(padded.begin(), padded.end(), 0);
             if (at < source.size()) std::memcpy(padded.data(), source.data() + at, source.size() - at);
             p = padded.data();
@@ -124,13 +135,14 @@ void TImageBMP::readSpecs() {
     }
 }
 
-std::unique_ptr<TBuffer> TImageBMP::_rle8Decode(uint64_t limit) {
+std::unique_ptr<TBuffer> TImageBMP::_rle8Decode(uint64_t limit, uint64_t& zeros) {
     auto out = std::make_unique<TBuffer>(1024, 8192);
     const uint64_t line = (static_cast<uint64_t>(width_) + 3) & ~uint64_t(3);
-    auto full = [&] { return limit && out->size() >= limit; };
+    auto full = [&] { return out->size() >= limit; };
     auto put = [&](uint8_t v, uint64_t n) {
-        if (limit) n = std::min(n, limit - std::min(limit, out->size()));
+        n = std::min(n, limit - std::min(limit, out->size()));
         for (uint64_t i = 0; i < n; ++i) out->addByte(v);
+        return n;
     };
     // Every round takes at least one byte of input.
     while (!eof() && !full()) {
@@ -143,7 +155,11 @@ std::unique_ptr<TBuffer> TImageBMP::_rle8Decode(uint64_t limit) {
         switch (value) {
             case 0:  // end of line
             case 1:  // end of bitmap
-                if (line && out->size() % line) put(0, line - out->size() % line);
+                if (line && out->size() % line) {
+                    const uint64_t n = std::min(line - out->size() % line, limit - out->size());
+                    checkZeros("BMP", zeros + n, out->size() - zeros);
+                    zeros += put(0, n);
+                }
                 break;
             case 2:  // delta: its offsets don't move the output
                 readByte();
@@ -158,13 +174,14 @@ std::unique_ptr<TBuffer> TImageBMP::_rle8Decode(uint64_t limit) {
     return out;
 }
 
-std::unique_ptr<TBuffer> TImageBMP::_rle4Decode(uint64_t limit) {
+std::unique_ptr<TBuffer> TImageBMP::_rle4Decode(uint64_t limit, uint64_t& zeros) {
     const int64_t w = width_;
     const int64_t half = w / 2 + w % 2;
     const int64_t line = half + 3 - ((w - 1) / 2 % 4);
     const uint64_t maxPixels = 2 * limit;
     std::vector<uint8_t> pixels;
-    auto full = [&] { return limit && pixels.size() >= maxPixels; };
+    uint64_t padded = 0;  // pixels that line and bitmap ends filled in
+    auto full = [&] { return pixels.size() >= maxPixels; };
     auto put = [&](uint8_t v) {
         if (!full()) pixels.push_back(v);
     };
@@ -177,9 +194,14 @@ std::unique_ptr<TBuffer> TImageBMP::_rle4Decode(uint64_t limit) {
         }
         switch (value) {
             case 0:
-            case 1:
-                while (pixels.size() % line && !full()) pixels.push_back(0);
+            case 1: {
+                if (line <= 0 || pixels.size() % line == 0) break;
+                const uint64_t n = std::min<uint64_t>(line - pixels.size() % line, maxPixels - pixels.size());
+                checkZeros("BMP", (padded + n) / 2, (pixels.size() - padded) / 2);
+                pixels.resize(pixels.size() + n, 0);
+                padded += n;
                 break;
+            }
             case 2:
                 readByte();
                 readByte();
@@ -200,6 +222,7 @@ std::unique_ptr<TBuffer> TImageBMP::_rle4Decode(uint64_t limit) {
         }
     }
     if (pixels.size() % 2) pixels.push_back(0);
+    zeros = padded / 2;
     auto out = std::make_unique<TBuffer>(pixels.size() / 2 + 1, 8192);
     for (size_t i = 0; i < pixels.size(); i += 2) out->addByte(static_cast<uint8_t>((pixels[i] << 4) | pixels[i + 1]));
     return out;

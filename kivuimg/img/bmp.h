@@ -33,11 +33,15 @@ public:
 
 protected:
     // The RLE decoders read from the cursor and stop after `limit` bytes of
-    // output (0: no limit) or at the end of the input.
-    std::unique_ptr<TBuffer> _rle8Decode(uint64_t limit = 0);
-    std::unique_ptr<TBuffer> _rle4Decode(uint64_t limit = 0);
+    // output or at the end of the input.  `zeros` counts the bytes that line
+    // and bitmap ends filled in; more of them than the data gives raises.
+    std::unique_ptr<TBuffer> _rle8Decode(uint64_t limit, uint64_t& zeros);
+    std::unique_ptr<TBuffer> _rle4Decode(uint64_t limit, uint64_t& zeros);
 
 private:
+    void _readColorTable(uint32_t offBits);
+    void _unpackRows(std::span<const uint8_t> source, uint64_t rowBytes, uint64_t stride, bool topDown);
+
     std::unique_ptr<TBuffer> dataBuf_;
     std::unique_ptr<TBuffer> palette_;
     uint32_t compression_ = 0;

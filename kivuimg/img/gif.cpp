@@ -239,26 +239,34 @@ bool TGIF::load() {
     checkRasterSize(width_, height_);
     auto lzw = std::make_unique<TLZWGif>(read_buffer(-1));
     dataBuf_ = lzw->decode(pixels);
-    // A stream that ends early leaves the rest of the frame 0.
-    while (dataBuf_->size() < pixels) dataBuf_->addByte(0);
+    // A stream that ends early leaves the rest of the frame 0, within the
+    // bound on such zeros; beyond it the frame is as broken as one without
+    // its end code.
+    const uint64_t decoded = dataBuf_->size();
+    if (decoded < pixels) {
+        if (!zerosFit(pixels - decoded, decoded)) throw KivuException("This suck!");
+        while (dataBuf_->size() < pixels) dataBuf_->addByte(0);
+    }
     if (interlaced_) _deInterlace();
     return true;
 }
 
 // The rows stand in pass order: every 8th from 0, every 8th from 4, every
-// 4th from 2, every 2nd from 1.
+// 4th from 2, every 2nd from 1.  Display row y is found at its place in its
+// pass, behind the rows of the passes before.
 void TGIF::_deInterlace() {
     const uint64_t w = width_, h = height_;
+    const uint64_t pass1 = (h + 7) / 8, pass2 = pass1 + (h + 3) / 8, pass3 = pass2 + (h + 1) / 4;
     auto out = std::make_unique<TBuffer>(w * h + 1, 8192);
-    std::vector<uint8_t> rows(w * h);
     const uint8_t* src = dataBuf_->ptr();
-    uint64_t from = 0;
-    static constexpr int kStart[4] = {0, 4, 2, 1};
-    static constexpr int kStep[4] = {8, 8, 4, 2};
-    for (int pass = 0; pass < 4; ++pass)
-        for (uint64_t y = kStart[pass]; y < h; y += kStep[pass], ++from)
-            std::memcpy(rows.data() + y * w, src + from * w, w);
-    out->addBytes(rows);
+    for (uint64_t y = 0; y < h; ++y) {
+        uint64_t from;
+        if (y % 8 == 0) from = y / 8;
+        else if (y % 8 == 4) from = pass1 + y / 8;
+        else if (y % 4 == 2) from = pass2 + y / 4;
+        else from = pass3 + y / 2;
+        out->addBytes(std::span<const uint8_t>(src + from * w, w));
+    }
     dataBuf_ = std::move(out);
 }
 

@@ -31,22 +31,9 @@ void onError(j_common_ptr cinfo) {
 
 void onMessage(j_common_ptr, int) {}  // warnings are not fatal and not printed
 
-// A hostile progressive file can hold thousands of tiny scans; stop early.
-constexpr int kMaxScans = 1000;
-
-void onProgress(j_common_ptr cinfo) {
-    if (cinfo->is_decompressor) {
-        auto* d = reinterpret_cast<j_decompress_ptr>(cinfo);
-        if (d->input_scan_number > kMaxScans) {
-            auto* err = reinterpret_cast<ErrorManager*>(cinfo->err);
-            std::snprintf(err->message, sizeof err->message, "JPEG has more than %d scans", kMaxScans);
-            std::longjmp(err->jump, 1);
-        }
-    }
-}
-
-// Bound on libjpeg's own working memory (coefficient buffers of progressive files).
-constexpr long kMaxDecoderMemory = 1024L << 20;
+// Bound on libjpeg's own working memory.  Reading the header needs little:
+// no scan is read, so no coefficient buffer is ever made.
+constexpr long kMaxDecoderMemory = 64L << 20;
 
 }  // namespace
 
@@ -59,7 +46,6 @@ ColorSpace TImageJPG::colorSpace() {
 void TImageJPG::readSpecs() {
     jpeg_decompress_struct cinfo{};
     ErrorManager err{};
-    jpeg_progress_mgr progress{};
     cinfo.err = jpeg_std_error(&err.pub);
     err.pub.error_exit = onError;
     err.pub.emit_message = onMessage;
@@ -72,24 +58,22 @@ void TImageJPG::readSpecs() {
     jpeg_CreateDecompress(&cinfo, JPEG_LIB_VERSION, sizeof(cinfo));
     created = true;
     cinfo.mem->max_memory_to_use = kMaxDecoderMemory;
-    progress.progress_monitor = onProgress;
-    cinfo.progress = &progress;
     const uint64_t n = buffer_ ? buffer_->size() : 0;
     jpeg_mem_src(&cinfo, buffer_ ? buffer_->ptr() : nullptr, static_cast<unsigned long>(n));
     jpeg_read_header(&cinfo, TRUE);
-    const uint64_t w = cinfo.image_width, h = cinfo.image_height;
-    const int colorSpace = cinfo.jpeg_color_space;
-    bool tooLarge = false;
-    const uint64_t limit = maxImagePixels();
-    if (w && h && (w > limit || h > limit / w)) tooLarge = true;
-    if (!tooLarge) jpeg_start_decompress(&cinfo);
-    width_ = static_cast<int32_t>(tooLarge ? w : cinfo.output_width);
-    height_ = static_cast<int32_t>(tooLarge ? h : cinfo.output_height);
+    // The output sizes and components as decompression would give them, found
+    // without starting it: a progressive file would otherwise have libjpeg
+    // read every scan into coefficient buffers of the whole image.
+    jpeg_calc_output_dimensions(&cinfo);
+    const uint64_t w = cinfo.output_width, h = cinfo.output_height;
+    width_ = static_cast<int32_t>(w);
+    height_ = static_cast<int32_t>(h);
     components_ = cinfo.output_components;
+    const int colorSpace = cinfo.jpeg_color_space;
     bitsPerComponent_ = (colorSpace >= 1 && colorSpace <= 16) ? 8 : 0;
     jpeg_destroy_decompress(&cinfo);
     created = false;
-    if (tooLarge) checkPixelCount(w, h);
+    checkPixelCount(w, h);
 }
 
 uint64_t TImageJPG::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,

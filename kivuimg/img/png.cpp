@@ -135,6 +135,8 @@ void TImagePNG::_splitAlpha() {
     if (expected > 0) dataBuf_->uncomp(expected);
     const uint8_t* in = dataBuf_->ptr();
     const uint64_t have = expected > 0 ? dataBuf_->size() : 0;
+    // Rows past the end of the samples read as 0, within bounds.
+    if (have < expected) checkZeros("PNG", expected - have, have);
 
     std::vector<uint8_t> color(h * (w * colorBytes + 1));
     std::vector<uint8_t> alpha(h * (w + 1));

@@ -106,6 +106,16 @@ TEST(BmpRows, ShortFileReadsZeros) {
     EXPECT_EQ(pixels(*img), (Bytes{0, 0, 7, 0, 0, 0, 3, 2, 1, 6, 5, 4}));
 }
 
+TEST(BmpRows, ZerosForMissingDataAreBounded) {
+    // Rows of 1024 bytes.  Without data 1 MiB of zeros still reads; beyond
+    // it the zeros may be no more than the bytes the data gives.
+    EXPECT_EQ(read(bmp(1024, 1024, 8, 0, {}))->data()->size(), 1u << 20);
+    EXPECT_EQ(failure(bmp(1024, 1025, 8, 0, {})), "BMP: Image data ends early: 0 of 1049600 bytes");
+    const Bytes given(1024 * 1025, 1);
+    EXPECT_EQ(read(bmp(1024, 2049, 8, 0, given))->data()->size(), 1024u * 2049);
+    EXPECT_EQ(failure(bmp(1024, 2051, 8, 0, given)), "BMP: Image data ends early: 1049600 of 2100224 bytes");
+}
+
 // ---------------------------------------------------------------- RLE
 
 TEST(BmpRle, Rle8RunsLinesAndAbsoluteRuns) {
