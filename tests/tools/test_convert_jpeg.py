@@ -1,4 +1,5 @@
 """JPEG pages: structure, pixels against Pillow, byte-equal streams, fallbacks."""
+import json
 import os
 import re
 import subprocess
@@ -86,10 +87,18 @@ r = k.run(["convert", "--strict", bad, "-o", pdf + "2"], check=False)
 assert r.returncode == 1 and not os.path.exists(pdf + "2")
 
 # Bad arguments: exit status 2 and a clear message.
-for args in [[], ["convert", sample("gradient-rgb.jpg")], ["frobnicate"], ["convert", "--dpi", "0", "x.jpg", "-o", "y"]]:
+for args in [[], ["convert", sample("gradient-rgb.jpg")], ["frobnicate"], ["convert", "--dpi", "0", "x.jpg", "-o", "y"],
+             ["info", "--max-pixels", "0", "x.jpg"], ["info", "--max-pixels", "-5", "x.jpg"]]:
     r = k.run(args, check=False)
     assert r.returncode == 2 and r.stderr.startswith(b"kivuimg: "), (args, r.returncode, r.stderr)
 assert k.run(["--help"]).stdout.startswith(b"usage: kivuimg convert")
+
+# The pixel limit is the host's to set: 160 x 120 is refused below 19200.
+r = k.run(["info", "--max-pixels", "19199", "-v", sample("gradient-rgb.jpg")])
+assert b"Image of 160 x 120 pixels exceeds the limit of 19199 pixels" in r.stdout, r.stdout
+assert json.loads(r.stdout.splitlines()[-1])["name"] == "exception-image.jpg"
+r = k.run(["info", "--max-pixels", "19200", sample("gradient-rgb.jpg")])
+assert json.loads(r.stdout)["name"] == sample("gradient-rgb.jpg"), r.stdout
 
 # info reports what the library read.
 j = k.info(sample("gradient-cmyk.jpg"))

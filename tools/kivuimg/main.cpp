@@ -39,6 +39,7 @@ const char* const kUsage =
     "common options:\n"
     "  --home DIR               package home (default: $KIVU_HOME, else ~/Kivu,\n"
     "                           created with the default configuration)\n"
+    "  --max-pixels N           refuse images of more than N pixels (default 2^28)\n"
     "  -v, --verbose            show the library's log on standard output\n"
     "  -h, --help               this text\n";
 
@@ -51,6 +52,7 @@ struct Options {
     bool strict = false;
     bool verbose = false;
     ColorSpace space = csAuto;
+    uint64_t maxPixels = maxImagePixels();
 };
 
 [[noreturn]] void usageError(const std::string& message) {
@@ -89,6 +91,12 @@ Options parse(int argc, char** argv) {
             o.strict = true;
         } else if (a == "--home") {
             o.home = value("--home");
+        } else if (a == "--max-pixels") {
+            const std::string v = value("--max-pixels");
+            char* end = nullptr;
+            o.maxPixels = std::strtoull(v.c_str(), &end, 10);
+            if (v.empty() || v[0] == '-' || !end || *end || o.maxPixels == 0)
+                usageError("--max-pixels needs a positive whole number");
         } else if (a == "-v" || a == "--verbose") {
             o.verbose = true;
         } else if (a == "--colorspace") {
@@ -239,6 +247,7 @@ int runConvert(const Options& o) {
 int main(int argc, char** argv) {
     const Options o = parse(argc, argv);
     const std::string home = prepareHome(o);
+    maxImagePixels(o.maxPixels);
     if (!libimg_init(home.c_str(), o.verbose ? 2u : 3u)) {
         std::fprintf(stderr, "kivuimg: the library could not start with home '%s'\n", home.c_str());
         return 1;
