@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all setup build build-asan test demo bench fuzz clean
+.PHONY: all setup build build-asan test demo bench fuzz fuzz-run clean
 
 all: build
 
@@ -36,6 +36,11 @@ bench: build
 fuzz: setup
 	@cmake -S . -B build-fuzz -DKIVU_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++ > /dev/null
 	@cmake --build build-fuzz -j$(JOBS)
+
+# Every fuzz target for FUZZ_SECONDS (default 60), FUZZ_JOBS (default 2) at a
+# time, from its starting corpus and dictionary: see scripts/fuzz_run.sh.
+fuzz-run: fuzz
+	@bash scripts/fuzz_run.sh
 
 clean:
 	rm -rf build build-asan build-fuzz out
