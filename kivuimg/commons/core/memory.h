@@ -115,7 +115,7 @@ protected:
     uint8_t* data_ = nullptr;
     uint64_t used_ = 0;
     uint64_t allocated_ = 0;  // bytes the block really holds
-    uint64_t maxSize_ = 0;    // fixed capacity; 0 = may grow
+    uint64_t maxSize_ = 0;    // the fixed capacity of a TOutside (which may be 0)
     bool compressed_ = false;
 };
 
