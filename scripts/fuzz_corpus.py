@@ -92,6 +92,8 @@ def color_texts():
 
 
 def write(target, inputs):
+    if not os.path.exists(os.path.join(SOURCE, "fuzz", target + ".cpp")):
+        return None
     folder = os.path.join(SOURCE, "fuzz", "corpus-" + target)
     os.makedirs(folder, exist_ok=True)
     for data in inputs:
@@ -116,12 +118,15 @@ def main():
         "fuzz_gif": write("fuzz_gif", of(".gif")),
         "fuzz_bmp": write("fuzz_bmp", of(".bmp")),
         "fuzz_wmf": write("fuzz_wmf", of(".wmf")),
+        "fuzz_jpg": write("fuzz_jpg", of(".jpg", ".jpeg")),
+        "fuzz_svg": write("fuzz_svg", of(".svg")),
         "fuzz_load": write("fuzz_load", [bytes([LOAD_PREFIX[ext]]) + data for ext, data in images if ext != ".svg"]
                            + [bytes([LOAD_PREFIX[".svg"]]) + data for data in of(".svg")[:MAX_SVG]]),
         "fuzz_color_unit": write("fuzz_color_unit", [data for _, data in color_texts()]),
     }
     for target, n in counts.items():
-        print("%-16s %4d starting inputs in fuzz/corpus-%s" % (target, n, target))
+        if n is not None:
+            print("%-16s %4d starting inputs in fuzz/corpus-%s" % (target, n, target))
 
 
 if __name__ == "__main__":

@@ -21,6 +21,7 @@ mkdir -p "$LOGS"
 run_one() {
     local target=$1 max_len=65536
     [ "$target" = fuzz_color_unit ] && max_len=256
+    mkdir -p "fuzz/corpus-$target"
     local dict=()
     [ -f "fuzz/$target.dict" ] && dict=(-dict="fuzz/$target.dict")
     # Memory per input is bounded by the input: a single allocation of 512 MB
