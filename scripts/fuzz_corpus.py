@@ -1,4 +1,4 @@
-"""Fills fuzz/corpus-<target>/ with the starting inputs of each fuzz target.
+"""Fills fuzz/corpus-<name>/ with the starting inputs of fuzz target fuzz_<name>.
 
 The inputs come from the third-party files in ../shared/corpus/ (skipped
 when absent), from samples/, and from images made here: small files of
@@ -91,10 +91,10 @@ def color_texts():
     return [("", t.encode()) for t in sorted(texts)]
 
 
-def write(target, inputs):
-    if not os.path.exists(os.path.join(SOURCE, "fuzz", target + ".cpp")):
+def write(name, inputs):
+    if not os.path.exists(os.path.join(SOURCE, "fuzz", "fuzz_%s.cpp" % name)):
         return None
-    folder = os.path.join(SOURCE, "fuzz", "corpus-" + target)
+    folder = os.path.join(SOURCE, "fuzz", "corpus-" + name)
     os.makedirs(folder, exist_ok=True)
     for data in inputs:
         with open(os.path.join(folder, hashlib.sha1(data).hexdigest()), "wb") as f:
@@ -114,19 +114,19 @@ def main():
         return [data for ext, data in images if ext in exts]
 
     counts = {
-        "fuzz_png": write("fuzz_png", of(".png")),
-        "fuzz_gif": write("fuzz_gif", of(".gif")),
-        "fuzz_bmp": write("fuzz_bmp", of(".bmp")),
-        "fuzz_wmf": write("fuzz_wmf", of(".wmf")),
-        "fuzz_jpg": write("fuzz_jpg", of(".jpg", ".jpeg")),
-        "fuzz_svg": write("fuzz_svg", of(".svg")),
-        "fuzz_load": write("fuzz_load", [bytes([LOAD_PREFIX[ext]]) + data for ext, data in images if ext != ".svg"]
+        "png": write("png", of(".png")),
+        "gif": write("gif", of(".gif")),
+        "bmp": write("bmp", of(".bmp")),
+        "wmf": write("wmf", of(".wmf")),
+        "jpg": write("jpg", of(".jpg", ".jpeg")),
+        "svg": write("svg", of(".svg")),
+        "load": write("load", [bytes([LOAD_PREFIX[ext]]) + data for ext, data in images if ext != ".svg"]
                            + [bytes([LOAD_PREFIX[".svg"]]) + data for data in of(".svg")[:MAX_SVG]]),
-        "fuzz_color_unit": write("fuzz_color_unit", [data for _, data in color_texts()]),
+        "color_unit": write("color_unit", [data for _, data in color_texts()]),
     }
-    for target, n in counts.items():
+    for name, n in counts.items():
         if n is not None:
-            print("%-16s %4d starting inputs in fuzz/corpus-%s" % (target, n, target))
+            print("fuzz_%-12s %4d starting inputs in fuzz/corpus-%s" % (name, n, name))
 
 
 if __name__ == "__main__":

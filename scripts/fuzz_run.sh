@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs every fuzz target of build-fuzz/ for FUZZ_SECONDS each, FUZZ_JOBS at a
-# time, at a low priority (the machine is shared).  Each target starts from
-# fuzz/corpus-<target>/ (filled by scripts/fuzz_corpus.py, kept between runs,
-# so the runs add up) with its dictionary fuzz/<target>.dict.  Findings are
+# time, at a low priority (the machine is shared).  Target fuzz_<name> starts
+# from fuzz/corpus-<name>/ (filled by scripts/fuzz_corpus.py, kept between
+# runs, so the runs add up) with its dictionary fuzz/<name>.dict.  Findings are
 # written to fuzz/ as crash-*, leak-*, timeout-* or oom-*; the logs to
 # build-fuzz/logs/.  Prints, per target, the seconds, the executions and the
 # findings of this run.
@@ -19,14 +19,14 @@ mkdir -p "$LOGS"
 /usr/bin/python3 scripts/fuzz_corpus.py . || exit 1
 
 run_one() {
-    local target=$1 max_len=65536
-    [ "$target" = fuzz_color_unit ] && max_len=256
-    mkdir -p "fuzz/corpus-$target"
+    local target=$1 name=${1#fuzz_} max_len=65536
+    [ "$name" = color_unit ] && max_len=256
+    mkdir -p "fuzz/corpus-$name"
     local dict=()
-    [ -f "fuzz/$target.dict" ] && dict=(-dict="fuzz/$target.dict")
+    [ -f "fuzz/$name.dict" ] && dict=(-dict="fuzz/$name.dict")
     # Memory per input is bounded by the input: a single allocation of 512 MB
     # is a finding, as is an input that takes more than 10 s.
-    nice -n "$NICE" "build-fuzz/$target" "fuzz/corpus-$target" "${dict[@]}" \
+    nice -n "$NICE" "build-fuzz/$target" "fuzz/corpus-$name" "${dict[@]}" \
         -max_total_time="$SECONDS_EACH" -max_len="$max_len" -timeout=10 \
         -rss_limit_mb=2048 -malloc_limit_mb=512 -artifact_prefix=fuzz/ \
         -print_final_stats=1 > "$LOGS/$target.log" 2>&1
