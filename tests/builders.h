@@ -52,11 +52,66 @@ inline SvgEmission emitSvg(kivu::TImageSVG& img, kivu::ColorSpace space = kivu::
     return e;
 }
 
+// Answers every font request of a drawing as a host does: request k (from
+// 1) gets font number k, all in the one string form given.
+inline void answerFonts(kivu::TImageSVG& img, uint8_t encoding) {
+    int id = 0;
+    for (kivu::SRawFont font : img.getRawFonts()) {
+        font.fontId = ++id;
+        font.encoding = encoding;
+        img.setFont(font);
+    }
+}
+
 // The content of an SVG document's Form, read and emitted in one step.
 inline std::string svgContent(const std::string& body,
                               const std::string& rootAttributes = "width=\"100\" height=\"100\"") {
     auto img = readSvg(svgDocument(body, rootAttributes));
     return emitSvg(*img).content;
+}
+
+// ---- pictures ---------------------------------------------------------------------------
+
+// A Windows bitmap: the 40-byte header, a colour table of `entries` and the
+// pixel bytes as given.
+inline std::vector<uint8_t> bmp(int32_t w, int32_t h, uint16_t bits, uint32_t compression,
+                                const std::vector<uint8_t>& pixels, int entries = 0) {
+    std::vector<uint8_t> b{'B', 'M'};
+    auto le = [&](uint32_t v, int n) {
+        for (int i = 0; i < n; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
+    };
+    const uint32_t off = 54 + 4 * static_cast<uint32_t>(entries);
+    le(off + static_cast<uint32_t>(pixels.size()), 4);
+    le(0, 4);
+    le(off, 4);
+    le(40, 4);
+    le(static_cast<uint32_t>(w), 4);
+    le(static_cast<uint32_t>(h), 4);
+    le(1, 2);
+    le(bits, 2);
+    le(compression, 4);
+    le(static_cast<uint32_t>(pixels.size()), 4);
+    le(2835, 4);
+    le(2835, 4);
+    le(0, 4);
+    le(0, 4);
+    for (int i = 0; i < entries; ++i) b.insert(b.end(), {static_cast<uint8_t>(i), 0x20, 0x30, 0});
+    b.insert(b.end(), pixels.begin(), pixels.end());
+    return b;
+}
+
+// A 24-bit bitmap of one grey, w x h pixels.
+inline std::vector<uint8_t> greyBmp(int32_t w, int32_t h) {
+    const size_t row = (static_cast<size_t>(w) * 3 + 3) / 4 * 4;
+    return bmp(w, h, 24, 0, std::vector<uint8_t>(row * static_cast<size_t>(h), 0x80));
+}
+
+// A data URI of the bytes: "data:<type>;base64,...".
+inline std::string dataUri(const std::string& type, const std::vector<uint8_t>& bytes) {
+    return "data:" + type + ";base64," + kivu::base64Encode(bytes);
+}
+inline std::string dataUri(const std::string& type, const std::string& text) {
+    return dataUri(type, std::vector<uint8_t>(text.begin(), text.end()));
 }
 
 // ---- content streams ------------------------------------------------------------------

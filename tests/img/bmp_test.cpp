@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "tests/builders.h"
 #include "tests/img/image_test_util.h"
 
 #include <filesystem>
@@ -19,32 +20,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-void le(Bytes& b, uint32_t v, int n) {
-    for (int i = 0; i < n; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
-}
-
-// A file with the 40-byte header, a colour table of `entries` and the pixel bytes.
-Bytes bmp(int32_t w, int32_t h, uint16_t bits, uint32_t compression, const Bytes& pixels, int entries = 0) {
-    Bytes b{'B', 'M'};
-    const uint32_t off = 54 + 4 * entries;
-    le(b, off + static_cast<uint32_t>(pixels.size()), 4);
-    le(b, 0, 4);
-    le(b, off, 4);
-    le(b, 40, 4);
-    le(b, static_cast<uint32_t>(w), 4);
-    le(b, static_cast<uint32_t>(h), 4);
-    le(b, 1, 2);
-    le(b, bits, 2);
-    le(b, compression, 4);
-    le(b, static_cast<uint32_t>(pixels.size()), 4);
-    le(b, 2835, 4);
-    le(b, 2835, 4);
-    le(b, 0, 4);
-    le(b, 0, 4);
-    for (int i = 0; i < entries; ++i) b.insert(b.end(), {static_cast<uint8_t>(i), 0x20, 0x30, 0});
-    b.insert(b.end(), pixels.begin(), pixels.end());
-    return b;
-}
+using kivutest::bmp;
 
 std::unique_ptr<TImageBMP> read(const Bytes& bytes) { return kivutest::readImage<TImageBMP>(bytes); }
 std::string failure(const Bytes& bytes) { return kivutest::readFailure<TImageBMP>(bytes); }

@@ -402,6 +402,15 @@ int toWindows1252(char32_t cp) {
 
 }  // namespace
 
+bool fitsWindows1252(std::string_view s) {
+    size_t i = 0;
+    while (i < s.size()) {
+        const char32_t cp = nextCodePoint(s, i);
+        if (cp != '?' && toWindows1252(cp) == '?') return false;
+    }
+    return true;
+}
+
 std::u16string utf8ToUtf16(std::string_view s) {
     std::u16string out;
     out.reserve(s.size());
@@ -434,6 +443,25 @@ std::unique_ptr<TBuffer> TBuffer::escapedStringISORaw(std::string_view s) {
     return out;
 }
 
+namespace {
+
+// One byte of a two-byte unit inside a literal string.  A reader drops a
+// line end that follows a backslash (a continued line) and reads a bare CR
+// as LF, and a bare parenthesis or backslash ends or shifts the string:
+// each would take a byte out of its unit, so those bytes get the escapes
+// that keep them.
+void addWideByte(TBuffer& out, uint8_t b) {
+    if (b == 10 || b == 13) {
+        out.addByte('\\');
+        out.addByte(b == 10 ? 'n' : 'r');
+        return;
+    }
+    if (b == '(' || b == ')' || b == '\\') out.addByte('\\');
+    out.addByte(b);
+}
+
+}  // namespace
+
 std::unique_ptr<TBuffer> TBuffer::escapedWStringRaw(std::u16string_view w, bool bom) {
     auto out = std::make_unique<TBuffer>(w.size() + 2, 8192);
     out->addByte('(');
@@ -443,12 +471,13 @@ std::unique_ptr<TBuffer> TBuffer::escapedWStringRaw(std::u16string_view w, bool 
     }
     for (char16_t u : w) {
         if (u == 0xAD) continue;  // soft hyphen
-        if (u < 127 && escapeChar(static_cast<char>(u))) {
+        if (u < 127 && escapeChar(static_cast<char>(u)) && u != 10 && u != 13) {
             out->addByte(0);
             out->addByte('\\');
             out->addByte(static_cast<uint8_t>(u));
         } else {
-            out->addUshort(u);
+            addWideByte(*out, static_cast<uint8_t>(u >> 8));
+            addWideByte(*out, static_cast<uint8_t>(u & 0xFF));
         }
     }
     out->addByte(')');

@@ -70,6 +70,9 @@ std::unique_ptr<TBuffer> escaped(const std::string& s);
 // Base64 with "+" and "/" and "=" padding.  Invalid input raises.
 std::vector<uint8_t> base64Decode(std::string_view text);
 std::string base64Encode(std::span<const uint8_t> bytes);
+// Whether Windows-1252 holds every character of the UTF-8 text (an invalid
+// sequence counts as a character it doesn't hold).
+bool fitsWindows1252(std::string_view s);
 // UTF-8 to UTF-16 (invalid sequences become U+FFFD).
 std::u16string utf8ToUtf16(std::string_view s);
 

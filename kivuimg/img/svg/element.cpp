@@ -12,7 +12,9 @@
 #include "kivuimg/img/svg/polygon.h"
 #include "kivuimg/img/svg/polyline.h"
 #include "kivuimg/img/svg/rect.h"
+#include "kivuimg/img/svg/subimage.h"
 #include "kivuimg/img/svg/symbol.h"
+#include "kivuimg/img/svg/text.h"
 #include "kivuimg/img/svg/use.h"
 
 namespace kivu {
@@ -193,6 +195,8 @@ const SElementKind kElementKinds[] = {
     {"defs", inDocument | inGroup | inSymbol, &make<TSvgDefs>},
     {"line", kEverywhere, &make<TSvgLine>},
     {"rect", kEverywhere, &make<TSvgRect>},
+    {"text", kEverywhere, &make<TSvgText>},
+    {"image", kEverywhere, &make<TSvgSubImage>},
     {"circle", kEverywhere, &make<TSvgCircle>},
     {"symbol", inDocument | inGroup | inDefs, &make<TSvgSymbol>},
     {"ellipse", kEverywhere, &make<TSvgEllipse>},

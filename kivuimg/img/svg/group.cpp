@@ -1,6 +1,8 @@
 #include "kivuimg/img/svg/group.h"
 
 #include "kivuimg/commons/core/log.h"
+#include "kivuimg/img/svg/subimage.h"
+#include "kivuimg/img/svg/text.h"
 #include "kivuimg/img/svg/use.h"
 
 namespace kivu {
@@ -56,15 +58,20 @@ bool TSvgGroup::setSubImage(const std::string& name, const std::string& newName)
 }
 
 TSvgSubImage* TSvgGroup::getSubImageBySourceName(const std::string& name) {
-    for (const auto& element : elements_)
+    for (const auto& element : elements_) {
+        if (auto* image = dynamic_cast<TSvgSubImage*>(element.get()))
+            if (image->href() == name) return image;
         if (isContainer(*element))
             if (TSvgSubImage* found = static_cast<TSvgGroup&>(*element).getSubImageBySourceName(name)) return found;
+    }
     return nullptr;
 }
 
 void TSvgGroup::setFont(const SRawFont& font) {
-    for (const auto& element : elements_)
-        if (isContainer(*element)) static_cast<TSvgGroup&>(*element).setFont(font);
+    for (const auto& element : elements_) {
+        if (auto* text = dynamic_cast<TSvgText*>(element.get())) text->setFont(font);
+        else if (isContainer(*element)) static_cast<TSvgGroup&>(*element).setFont(font);
+    }
 }
 
 void TSvgGroup::writeData(TContent& out, float scale) {

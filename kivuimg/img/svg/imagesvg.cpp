@@ -15,6 +15,8 @@
 #include "kivuimg/commons/indirectobj.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/svg/group.h"
+#include "kivuimg/img/svg/subimage.h"
+#include "kivuimg/img/svg/text.h"
 #include "kivuimg/img/svg/transform.h"
 #include "kivuimg/img/svg/use.h"
 
@@ -84,7 +86,28 @@ std::string TImageSVG::rebuiltText() {
     return text;
 }
 
+namespace {
+
+// How many SVG documents this thread is reading, one inside the other: a
+// drawing's sub-images may be drawings themselves.
+thread_local int t_svgReadDepth = 0;
+
+struct SReadDepth {
+    SReadDepth() { ++t_svgReadDepth; }
+    ~SReadDepth() { --t_svgReadDepth; }
+};
+
+}  // namespace
+
 void TImageSVG::readSpecs() {
+    // A drawing inside drawings beyond the limit stays empty: a document
+    // can't multiply itself through the drawings it embeds.
+    if (t_svgReadDepth >= kMaxSvgNesting) {
+        g_logExclamation(g_log, "SVG: embedded drawings nest deeper than %d levels - [%s]", kMaxSvgNesting,
+                         docName_.c_str());
+        return;
+    }
+    const SReadDepth nested;
     const std::string text = rebuiltText();
     xmlCheckVersion(20903);
     // No network, and no entity is substituted: a document reaches nothing
@@ -326,8 +349,16 @@ void TImageSVG::addRawFont(const SRawFont& font) {
 }
 
 void TImageSVG::setFont(const SRawFont& font) {
-    for (const auto& element : elements_)
-        if (auto* group = dynamic_cast<TSvgGroup*>(element.get())) group->setFont(font);
+    for (const auto& element : elements_) {
+        if (auto* text = dynamic_cast<TSvgText*>(element.get())) text->setFont(font);
+        else if (auto* group = dynamic_cast<TSvgGroup*>(element.get())) group->setFont(font);
+    }
+}
+
+bool TImageSVG::firstIndexedWarning() {
+    if (indexedWarned_) return false;
+    indexedWarned_ = true;
+    return true;
 }
 
 void TImageSVG::addSubImageSource(const std::string& name) {
@@ -343,9 +374,12 @@ uint64_t TImageSVG::getSubImageIDBySourceName(const std::string& name) {
 }
 
 TSvgSubImage* TImageSVG::getSubImageBySourceName(const std::string& name) {
-    for (const auto& element : elements_)
+    for (const auto& element : elements_) {
+        if (auto* image = dynamic_cast<TSvgSubImage*>(element.get()))
+            if (image->href() == name) return image;
         if (auto* group = dynamic_cast<TSvgGroup*>(element.get()))
             if (TSvgSubImage* found = group->getSubImageBySourceName(name)) return found;
+    }
     return nullptr;
 }
 
@@ -353,6 +387,7 @@ void TImageSVG::swapSubImage(const std::string& name, const std::string& newName
     for (std::string& source : subImageSources_) {
         if (source != name) continue;
         source = newName;
+        if (TSvgSubImage* image = getSubImageBySourceName(name)) image->sourceName(newName);
         return;
     }
 }

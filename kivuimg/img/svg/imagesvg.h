@@ -38,6 +38,9 @@ uint64_t maxSvgElements();
 void maxSvgElements(uint64_t limit);
 // How deep elements may nest; deeper documents fail to read.
 inline constexpr int kMaxSvgDepth = 200;
+// How many drawings may stand one inside the other through "image"
+// elements; a drawing read deeper than that stays empty.
+inline constexpr int kMaxSvgNesting = 8;
 
 class TImageSVG : public TImageFormat {
 public:
@@ -112,6 +115,10 @@ public:
     virtual std::vector<std::string> regSplit(const std::string& pattern, const std::string& subject,
                                               const std::string& flags);
 
+    // True the first time it is asked in this document: text that loses
+    // characters warns once.
+    bool firstIndexedWarning();
+
     void addElement(std::unique_ptr<TSvgElement> element);
     const std::vector<std::unique_ptr<TSvgElement>>& elements() const { return elements_; }
     // Counts a new element against the budget; raises past it.
@@ -172,6 +179,7 @@ private:
     std::vector<SLinkSrcId> subImageIds_;
     uint64_t elementCount_ = 0;
     bool overBudget_ = false;
+    bool indexedWarned_ = false;
 };
 
 }  // namespace kivu

@@ -210,6 +210,14 @@ TEST(Buffer, PdfStringEscapes) {
     const std::string w = escaped("A\xC2\xAD(\xC3\xA9")->to_string();  // A, soft hyphen, (, e-acute
     EXPECT_EQ(w, std::string("(\xFE\xFF\x00\x41\x00\\(\x00\xE9)", 11));
     EXPECT_EQ(escaped("plain")->to_string(), "(plain)");
+    // Bytes of two-byte units that a reader would drop, fold or take as the
+    // string's end keep their unit: U+0428 (low byte "("), LF, U+4E0D (low
+    // byte CR), U+5C0F (high byte backslash).
+    EXPECT_EQ(TBuffer::escapedWStringRaw(u"\u0428\n\u4E0D\u5C0F", false)->to_string(),
+              std::string("(\x04\\(\x00\\n\x4E\\r\\\\\x0F)", 14));
+    EXPECT_TRUE(fitsWindows1252("caf\xC3\xA9 \xE2\x82\xAC ?"));
+    EXPECT_FALSE(fitsWindows1252("\xCE\xA8"));  // Greek capital psi
+    EXPECT_FALSE(fitsWindows1252("\xFF"));      // not UTF-8
 
     TBuffer b(64, 8192);
     b.addUshort(0x1234);
