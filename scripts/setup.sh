@@ -11,6 +11,7 @@ PKGS=(
   qpdf poppler-utils python3-pil python3-pikepdf
   clang libclang-rt-dev
   libwmf-bin librsvg2-bin fonts-urw-base35
+  libharfbuzz-dev libfontconfig-dev fonts-dejavu-core
 )
 
 missing=()

@@ -58,7 +58,7 @@ void PdfWriter::writePending() {
     // Objects 1 and 2 wait for the end: the page tree needs every page.
     std::set<uint64_t> done(written_.begin(), written_.end());
     for (uint64_t n : objects_.order()) {
-        if (n <= 2 || done.count(n)) continue;
+        if (n <= 2 || done.count(n) || fonts_.deferred(n)) continue;
         if (TBaseObject* obj = objects_.get(n)) writeObject(obj);
     }
 }
@@ -98,6 +98,7 @@ std::string PdfWriter::formResources(TBaseObject* form) {
     static const Regex kState("/GS(\\d+) gs");
     const auto& stream = form->stream();
     const std::string_view content(reinterpret_cast<const char*>(stream.data()), stream.size());
+    const std::string fonts = fontResources(content), xobjects = xobjectResources(content);
     std::set<uint64_t> states;
     for (const Regex::Match& m : kState.findAll(content)) states.insert(std::strtoull(std::string(m.group(1)).c_str(), nullptr, 10));
     const auto& shared = objects_.customList(ObjectType::extGState);
@@ -109,22 +110,30 @@ std::string PdfWriter::formResources(TBaseObject* form) {
         dict += sformat(" /GS%llu %llu 0 R", static_cast<unsigned long long>(k),
                         static_cast<unsigned long long>(state->num()));
     }
-    return dict.empty() ? std::string() : "<< /ExtGState <<" + dict + " >> >>";
+    if (!dict.empty()) dict = " /ExtGState <<" + dict + " >>";
+    dict += fonts + xobjects;
+    return dict.empty() ? std::string() : "<<" + dict + " >>";
 }
 
-void PdfWriter::addPage(TImageFormat* image) {
-    const std::string resName = sformat("Im%zu", pageNumbers_.size() + 1);
-    const uint64_t imageNum = image->addObjectSpecs(&objects_, resName, &gradients_, space_, convert_);
+uint64_t PdfWriter::writeImage(TImageFormat* image, const std::string& name) {
+    deliverTwoPass(image);
+    const uint64_t imageNum = image->addObjectSpecs(&objects_, name, &gradients_, space_, convert_);
     // The mask or palette must take the very next number.
     if (image->hasMask()) image->addObjectMask(&objects_);
     if (image->isIndexed()) image->addObjectPalette(&objects_);
-    TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr;
-    if (form) {
+    if (TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr) {
         const std::string resources = formResources(form);
         if (!resources.empty()) form->set("Resources", resources);
     }
     const float v = image->minPDFVer();
     if (!std::isnan(v) && v > version_) version_ = v;
+    return imageNum;
+}
+
+void PdfWriter::addPage(TImageFormat* image) {
+    const std::string resName = sformat("Im%zu", pageNumbers_.size() + 1);
+    const uint64_t imageNum = writeImage(image, resName);
+    TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr;
 
     // A drawing may claim no size at all: its page keeps one point.
     double pageW = image->width() * 72.0 / dpi_;
@@ -148,6 +157,7 @@ void PdfWriter::addPage(TImageFormat* image) {
 }
 
 bool PdfWriter::finish() {
+    fonts_.finish();
     // Shared graphics states and colour spaces get their numbers now.
     for (ObjectType type : {ObjectType::extGState, ObjectType::colorSpace})
         for (const auto& obj : objects_.customList(type))

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "kivuimg/commons/graphics/gradient.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/imgformat.h"
+#include "fonts.h"
 
 namespace kivutool {
 
@@ -36,10 +38,22 @@ public:
     void abandon();
 
 private:
+    // The image's objects: addObjectSpecs, its mask or palette straight
+    // after, and a form's resources.  Answers the main object's number.
+    uint64_t writeImage(kivu::TImageFormat* image, const std::string& name);
     void writePending();
     void writeObject(kivu::TBaseObject* obj);
     std::string placement(kivu::TImageFormat* image, kivu::TBaseObject* form, double pageW, double pageH) const;
     std::string formResources(kivu::TBaseObject* form);
+
+    // The first pass of a drawing's two (twopass.cpp): its fonts answered,
+    // its sub-images written and their numbers handed back.
+    void deliverTwoPass(kivu::TImageFormat* image);
+    // The object of a sub-image source, written on first use.
+    uint64_t subImageNumber(const std::string& source);
+    // Resource entries for the "/F<k>" and "/I<k>" names of a content stream.
+    std::string fontResources(std::string_view content);
+    std::string xobjectResources(std::string_view content);
 
     double dpi_;
     kivu::ColorSpace space_;
@@ -54,6 +68,10 @@ private:
     std::vector<uint64_t> pageNumbers_;
     std::vector<uint64_t> written_;
     std::vector<kivu::SGradient> gradients_;
+    FontBook fonts_{objects_};
+    // Sub-image sources written so far, by name; each once per document.
+    std::map<std::string, uint64_t> subImages_;
+    int subImageDepth_ = 0;
 };
 
 }  // namespace kivutool
