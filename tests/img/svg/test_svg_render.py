@@ -47,8 +47,14 @@ GROUPS = [
     ("resvg painting", RESVG / "painting", r".*", 0.55),
     ("W3C shapes", W3C, r"shapes-.*", 0.80),
     ("W3C struct", W3C, r"struct-.*", 0.60),
-    ("W3C painting", W3C, r"painting-.*", 0.65),
+    # W3C pages carry a text frame: drawn since text is, by rules that make it
+    # larger than the reference (see the README), so this median went down.
+    ("W3C painting", W3C, r"painting-.*", 0.58),
     ("W3C coords", W3C, r"coords-.*", 0.50),
+    ("resvg text", RESVG / "text", r".*", 0.38),
+    ("resvg structure/image", RESVG / "structure" / "image", r".*", 0.80),
+    ("W3C text", W3C, r"text-.*", 0.45),
+    ("W3C struct-image", W3C, r"struct-image-.*", 0.90),
 ]
 
 
