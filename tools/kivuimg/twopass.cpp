@@ -80,7 +80,9 @@ uint64_t PdfWriter::subImageNumber(const std::string& source) {
     try {
         number = writeImage(image, source);
     } catch (...) {
+        // A later page may try again.
         --subImageDepth_;
+        subImages_.erase(source);
         throw;
     }
     --subImageDepth_;
