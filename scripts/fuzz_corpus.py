@@ -2,8 +2,9 @@
 
 The inputs come from the third-party files in ../shared/corpus/ (skipped
 when absent), from samples/, and from images made here: small files of
-every layout with Pillow, and the lying headers of
-tests/img/test_hostile_sizes.py.  Files are named by their SHA-1, as
+every layout with Pillow, the lying headers of
+tests/img/test_hostile_sizes.py, and drawings with text and embedded
+pictures (scripts/svg_fuzz_inputs.py).  Files are named by their SHA-1, as
 libFuzzer names the inputs it adds, so running this again adds nothing twice.
 The folders are not part of the project (see .gitignore); nothing is copied
 into the source tree.
@@ -28,6 +29,8 @@ LOAD_PREFIX = {".jpg": 0, ".jpeg": 1, ".png": 2, ".gif": 3, ".bmp": 4, ".wmf": 5
 sys.path.insert(0, os.path.join(SOURCE, "tests", "img"))
 os.environ.setdefault("KIVU_SOURCE_DIR", SOURCE)
 import test_hostile_sizes as hostile  # noqa: E402  (builds files only; runs nothing on import)
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import svg_fuzz_inputs  # noqa: E402  (text and embedded pictures)
 
 
 def files_below(folder, exts):
@@ -119,7 +122,7 @@ def main():
         "bmp": write("bmp", of(".bmp")),
         "wmf": write("wmf", of(".wmf")),
         "jpg": write("jpg", of(".jpg", ".jpeg")),
-        "svg": write("svg", of(".svg")),
+        "svg": write("svg", of(".svg") + svg_fuzz_inputs.inputs(SOURCE)),
         "load": write("load", [bytes([LOAD_PREFIX[ext]]) + data for ext, data in images if ext != ".svg"]
                            + [bytes([LOAD_PREFIX[".svg"]]) + data for data in of(".svg")[:MAX_SVG]]),
         "color_unit": write("color_unit", [data for _, data in color_texts()]),

@@ -1,20 +1,13 @@
-#!/usr/bin/python3
 """Starting inputs of the SVG fuzz target for text and embedded pictures:
 runs and tspan chains with every position, paint and font attribute, and
 pictures of each format (and drawings inside drawings) as data URIs, with
-every preserveAspectRatio.  `inputs()` gives them as bytes; run as a
-script, it writes them into fuzz/corpus-fuzz_svg/, named by their SHA-1 as
-libFuzzer names its inputs.
-
-usage: svg_fuzz_inputs.py [SOURCE_DIR]
+every preserveAspectRatio.  scripts/fuzz_corpus.py adds them to the SVG
+target's starting corpus.
 """
 import base64
-import hashlib
 import os
 import struct
-import sys
 
-SOURCE = os.path.abspath(sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(__file__), ".."))
 HEAD = '<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" width="120" height="90">'
 
 
@@ -26,8 +19,8 @@ def uri(mime, data):
     return "data:%s;base64,%s" % (mime, base64.b64encode(data).decode())
 
 
-def sample(name):
-    with open(os.path.join(SOURCE, "samples", name), "rb") as f:
+def sample(source, name):
+    with open(os.path.join(source, "samples", name), "rb") as f:
         return f.read()
 
 
@@ -55,11 +48,11 @@ def texts():
     ]
 
 
-def pictures():
+def pictures(source):
     inner = svg('<rect width="50" height="40" fill="teal"/><text y="20">in</text>')
-    sources = [uri("image/png", sample("palette.png")), uri("image/jpeg", sample("gradient-gray.jpg")),
-               uri("image/gif", sample("palette.gif")), uri("image/bmp", tiny_bmp(4, 2)),
-               uri("image/wmf", sample("shapes.wmf")), uri("image/svg+xml", inner),
+    sources = [uri("image/png", sample(source, "palette.png")), uri("image/jpeg", sample(source, "gradient-gray.jpg")),
+               uri("image/gif", sample(source, "palette.gif")), uri("image/bmp", tiny_bmp(4, 2)),
+               uri("image/wmf", sample(source, "shapes.wmf")), uri("image/svg+xml", inner),
                uri("image/svg+xml", svg('<image width="9" height="9" xlink:href="%s"/>' % uri("image/svg+xml", inner))),
                uri("image/png", b"not a picture at all" * 3), "data:image/png;base64,***", "picture.png"]
     aspects = ["", "none", "xMidYMid meet", "xmaxymin slice", "xminymax", "xmidymid slice", "xMaxYMax foo"]
@@ -72,20 +65,8 @@ def pictures():
     return out
 
 
-def inputs():
-    bodies = texts() + pictures()
-    bodies.append("\n".join(texts()[:3] + pictures()[:4]))
+def inputs(source):
+    """The inputs as bytes; `source` is the project's folder (for samples/)."""
+    bodies = texts() + pictures(source)
+    bodies.append("\n".join(texts()[:3] + pictures(source)[:4]))
     return [svg(b) for b in bodies]
-
-
-def main():
-    folder = os.path.join(SOURCE, "fuzz", "corpus-fuzz_svg")
-    os.makedirs(folder, exist_ok=True)
-    for data in inputs():
-        with open(os.path.join(folder, hashlib.sha1(data).hexdigest()), "wb") as f:
-            f.write(data)
-    print("fuzz_svg: %d text and picture inputs in %s" % (len(inputs()), folder))
-
-
-if __name__ == "__main__":
-    main()
