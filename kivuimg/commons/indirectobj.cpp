@@ -34,44 +34,57 @@ std::unique_ptr<TBaseObject> TIndirectObject::copy(uint64_t num) const {
     if (hasStream_) {
         obj->stream_ = stream_;
         obj->hasStream_ = true;
+        obj->released_ = released_;
     }
     return obj;
 }
 
-std::unique_ptr<TMemory> TIndirectObject::toPDF() { return dictionaryToPDF(); }
-
-std::unique_ptr<TMemory> TIndirectObject::dictionaryToPDF() {
+std::unique_ptr<TMemory> TIndirectObject::toPDF() {
     auto out = std::make_unique<TMemory>(1024, 8192);
-    out->addFormat("%llu 0 obj\n", static_cast<unsigned long long>(num_));
+    TMemorySink sink(*out);
+    writePDF(sink);
+    return out;
+}
+
+void TIndirectObject::streamHead(TMemory& out, const std::string& prefix) {
+    if (filter_.empty()) {
+        // Unfiltered streams are compressed here, once: the object keeps the result.
+        out.addFormat("%s /Length1 %llu\n", prefix.c_str(), static_cast<unsigned long long>(stream_.size()));
+        stream_ = TMemory::_comp(stream_, -1);
+        filter_ = "FlateDecode";
+        out.addFormat("   /Length %llu\n", static_cast<unsigned long long>(stream_.size()));
+    } else {
+        out.addFormat("%s /Length %llu\n", prefix.c_str(), static_cast<unsigned long long>(stream_.size()));
+    }
+    out.addFormat("   /Filter /%s\n", filter_.c_str());
+    out += ">>\n";
+    out += "stream\n";
+}
+
+uint64_t TIndirectObject::writePDF(TObjectSink& sink) {
+    if (released_)
+        throwf("The stream of object %llu was released when it was written", static_cast<unsigned long long>(num_));
+    TMemory head(1024, 8192);
+    head.addFormat("%llu 0 obj\n", static_cast<unsigned long long>(num_));
     std::string prefix = "<<";
     bool prevNobr = false;
     for (const auto& entry : args_) {
-        printEntry(*out, prefix, entry, prevNobr);
+        printEntry(head, prefix, entry, prevNobr);
         prevNobr = entry.value == "&nobr;";
         prefix = "  ";  // every entry after the first, and the stream lines
     }
-    if (hasStream_) {
-        if (filter_.empty()) {
-            // Unfiltered streams are compressed here, once: the object keeps the result.
-            out->addFormat("%s /Length1 %llu\n", prefix.c_str(), static_cast<unsigned long long>(stream_.size()));
-            TMemory raw(stream_);
-            raw.comp();
-            setStream(&raw, "FlateDecode");
-            out->addFormat("   /Length %llu\n", static_cast<unsigned long long>(stream_.size()));
-        } else {
-            out->addFormat("%s /Length %llu\n", prefix.c_str(), static_cast<unsigned long long>(stream_.size()));
-        }
-        out->addFormat("   /Filter /%s\n", filter_.c_str());
-        *out += ">>\n";
-        *out += "stream\n";
-        *out += std::span<const uint8_t>(stream_);
-        if (stream_.empty() || stream_.back() != '\n') *out += "\n";
-        *out += "endstream\n";
-    } else {
-        *out += ">>\n";
+    if (!hasStream_) {
+        head += ">>\nendobj\n";
+        sink.write(head.bytes());
+        return head.size();
     }
-    *out += "endobj\n";
-    return out;
+    streamHead(head, prefix);
+    sink.write(head.bytes());
+    sink.write(stream_);
+    const std::string_view tail =
+        stream_.empty() || stream_.back() != '\n' ? "\nendstream\nendobj\n" : "endstream\nendobj\n";
+    sink.write(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(tail.data()), tail.size()));
+    return head.size() + stream_.size() + tail.size();
 }
 
 }  // namespace kivu

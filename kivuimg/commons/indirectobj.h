@@ -12,10 +12,13 @@ public:
     std::string hash() const override { return hashOf("IndirectObj;"); }
     std::unique_ptr<TBaseObject> copy(uint64_t num) const override;
     std::unique_ptr<TMemory> toPDF() override;
+    // "N 0 obj" and the dictionary go out as one piece, the stream straight
+    // from the object's block, then its end.
+    uint64_t writePDF(TObjectSink& sink) override;
 
-protected:
-    // Writes "N 0 obj", the dictionary, the stream and "endobj".
-    std::unique_ptr<TMemory> dictionaryToPDF();
+private:
+    // The stream lines up to "stream\n"; compresses an unfiltered stream.
+    void streamHead(TMemory& out, const std::string& prefix);
 };
 
 // Prints one entry behind the prefix P by the rules of dictionaries and

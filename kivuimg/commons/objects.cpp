@@ -40,7 +40,19 @@ void TBaseObject::setStream(const TMemory* data, const std::string& filter) {
     copy.assign(view.begin(), view.end());
     stream_ = std::move(copy);
     hasStream_ = true;
+    released_ = false;
     filter_ = filter;
+}
+
+uint64_t TBaseObject::writePDF(TObjectSink& sink) {
+    const std::unique_ptr<TMemory> text = toPDF();
+    sink.write(text->bytes());
+    return text->size();
+}
+
+void TBaseObject::releaseStream() {
+    std::vector<uint8_t>().swap(stream_);
+    if (hasStream_) released_ = true;
 }
 
 std::string TBaseObject::hashOf(const std::string& word) const {

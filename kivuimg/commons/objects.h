@@ -19,6 +19,23 @@ class TIndirectObject;
 
 enum class ObjectType : int32_t { extGState = 1, colorSpace = 2 };
 
+// Where TBaseObject::writePDF sends an object's text, piece by piece, in order.
+class TObjectSink {
+public:
+    virtual ~TObjectSink() = default;
+    virtual void write(std::span<const uint8_t> bytes) = 0;
+};
+
+// A sink that appends every piece to a block.
+class TMemorySink : public TObjectSink {
+public:
+    explicit TMemorySink(TMemory& out) : out_(out) {}
+    void write(std::span<const uint8_t> bytes) override { out_ += bytes; }
+
+private:
+    TMemory& out_;
+};
+
 // One dictionary entry.  `value` may hold the control words "&nobr;" and "&br;".
 struct SArgs {
     std::string name;
@@ -53,6 +70,13 @@ public:
     // A private copy of the bytes, with the filter name ("" = compress on output).
     virtual void setStream(const TMemory* data, const std::string& filter);
     virtual std::unique_ptr<TMemory> toPDF() = 0;
+    // Sends the text that toPDF() gives to `sink`.  Kinds with a stream send
+    // it from the object's own block, without building the whole text first.
+    // Answers the number of bytes sent.
+    virtual uint64_t writePDF(TObjectSink& sink);
+    // Frees the stream's bytes once the host has written the object; number,
+    // entries and offset stay (for xref).  Writing the object again raises.
+    virtual void releaseStream();
 
     // Sets an entry's value in one step.
     void set(const std::string& name, const std::string& value) { args(name).value = value; }
@@ -60,6 +84,7 @@ public:
     const std::vector<uint8_t>& stream() const { return stream_; }
     const std::string& filter() const { return filter_; }
     bool hasStream() const { return hasStream_; }
+    bool streamReleased() const { return released_; }
 
 protected:
     // "name=value;" for every entry, behind `word`.
@@ -72,6 +97,7 @@ protected:
     std::vector<SArgs> args_;
     std::vector<uint8_t> stream_;
     bool hasStream_ = false;
+    bool released_ = false;
     std::string filter_;
 };
 

@@ -183,3 +183,70 @@ TEST(ObjectText, PexDirectAndColorSpace) {
     arr.set("Base", "");
     EXPECT_EQ(text(&arr), "11 0 obj\n[ /Indexed x\n  /Base\n]\nendobj\n");
 }
+
+namespace {
+// Keeps every piece that writePDF sends, and where it came from.
+struct PieceSink : TObjectSink {
+    std::string text;
+    std::vector<const uint8_t*> starts;
+    void write(std::span<const uint8_t> bytes) override {
+        starts.push_back(bytes.data());
+        text.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    }
+};
+
+// Two equal objects of every kind: one is written to a sink, the other by toPDF.
+std::unique_ptr<TBaseObject> makeKind(int kind) {
+    std::vector<uint8_t> bytes(3000);
+    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 7 % 251);
+    const TMemory data{std::span<const uint8_t>(bytes)};
+    std::unique_ptr<TBaseObject> o;
+    switch (kind) {
+        case 0: o = std::make_unique<TIndirectObject>(3, ""); o->setStream(&data, "DCTDecode"); break;
+        case 1: o = std::make_unique<TIndirectObject>(3, ""); o->setStream(&data, ""); break;
+        case 2: o = std::make_unique<TIndirectObject>(3, ""); break;
+        case 3: o = std::make_unique<TExtGStateObject>(3, "ExtGState object"); break;
+        case 4: o = std::make_unique<TColorSpaceObject>(3, "Spot"); break;
+        case 5: o = std::make_unique<TDirectObject>(3, "", "[1 2]\n"); break;
+        default: o = std::make_unique<TPEXObject>(3, "Font"); break;
+    }
+    o->set("Width", "57");
+    o->args({"Name", "Im1"});
+    return o;
+}
+}  // namespace
+
+TEST(ObjectText, WrittenToASinkAsToPDFGivesIt) {
+    for (int kind = 0; kind <= 6; ++kind) {
+        auto streamed = makeKind(kind), built = makeKind(kind);
+        PieceSink sink;
+        const uint64_t sent = streamed->writePDF(sink);
+        EXPECT_EQ(sink.text, text(built.get())) << "kind " << kind;
+        EXPECT_EQ(sent, sink.text.size()) << "kind " << kind;
+        if (kind <= 1) {
+            ASSERT_EQ(sink.starts.size(), 3u);
+            EXPECT_EQ(sink.starts[1], streamed->stream().data()) << "the stream goes out from the object's block";
+        }
+    }
+}
+
+TEST(ObjectText, ReleasedStreamIsGoneAndCannotBeWrittenAgain) {
+    auto o = makeKind(0);
+    PieceSink sink;
+    o->writePDF(sink);
+    o->offset(42);
+    o->releaseStream();
+    EXPECT_TRUE(o->stream().empty());
+    EXPECT_EQ(o->stream().capacity(), 0u);
+    EXPECT_EQ(o->offset(), 42u);
+    EXPECT_EQ(o->entries().size(), 3u);
+    try {
+        o->toPDF();
+        FAIL();
+    } catch (const KivuException& e) {
+        EXPECT_STREQ(e.what(), "The stream of object 3 was released when it was written");
+    }
+    auto plain = makeKind(2);
+    plain->releaseStream();
+    EXPECT_EQ(text(plain.get()), "3 0 obj\n<< /Width 57\n   /Name /Im1\n>>\nendobj\n") << "no stream, nothing to lose";
+}

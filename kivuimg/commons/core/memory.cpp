@@ -163,6 +163,8 @@ std::vector<uint8_t> TMemory::_comp(std::span<const uint8_t> data, int level) {
     const int rc = compress2(out.data(), &outLen, data.data(), static_cast<uLong>(n), level);
     if (rc != Z_OK) throw KivuException("Error: _comp");
     out.resize(outLen);
+    // Data that compresses well would otherwise keep the whole bound allocated.
+    if (out.size() < out.capacity() / 2) out.shrink_to_fit();
     return out;
 }
 
