@@ -163,41 +163,54 @@ void registerImage(const std::string& name, std::unique_ptr<TImageFormat> image)
     slot = std::move(image);
 }
 
-std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source) {
-    std::string key = name;
-    if (g_imageList.count(key)) return key;
+std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuffer> source) {
     try {
         std::string url;
         if (!source && startsWith(name, "url(") && endsWith(name, ")") && name.size() >= 5) {
             url = name.substr(4, name.size() - 5);
             const size_t slash = url.rfind('/');
-            key = slash == std::string::npos ? url : url.substr(slash + 1);
-            if (key.empty() && slash == std::string::npos) key = url;
+            name = slash == std::string::npos ? url : url.substr(slash + 1);
+            if (name.empty() && slash == std::string::npos) name = url;
         }
-        const std::string ext = fileExtension(key);
+        const std::string ext = fileExtension(name);
         std::unique_ptr<TBuffer> buffer = std::move(source);
         if (!buffer) {
-            if (fileExists(key)) buffer = TBuffer::loadFromFile(key);
+            if (fileExists(name)) buffer = TBuffer::loadFromFile(name);
             else if (!url.empty()) buffer = TBuffer::loadFromURL(url);
         }
-        std::unique_ptr<TImageFormat> image = createImage(std::move(buffer), ext, key);
+        std::unique_ptr<TImageFormat> image = createImage(std::move(buffer), ext, name);
         if (!image) {
-            g_logExclamation(g_log, "Unsupported image '%s'", key.c_str());
-            return "";
+            g_logExclamation(g_log, "Unsupported image '%s'", name.c_str());
+            name.clear();
+            return nullptr;
         }
         image->readSpecs();
-        registerImage(key, std::move(image));
-        return key;
+        return image;
     } catch (const std::exception& e) {
         // The log itself may fail (a log file that can't be written): nothing
         // of that may leave the library either.
         try {
-            g_logExclamation(g_log, "%s -> %s", key.c_str(), e.what());
-            createUndefinedImage()->readSpecs();
+            g_logExclamation(g_log, "%s -> %s", name.c_str(), e.what());
         } catch (const std::exception&) {
         }
-        return kExceptionImage;
+        name = kExceptionImage;
+        try {
+            auto fallback = createUndefinedImage();
+            fallback->readSpecs();
+            return fallback;
+        } catch (const std::exception&) {
+            return nullptr;
+        }
     }
+}
+
+std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source) {
+    std::string key = name;
+    if (g_imageList.count(key)) return key;
+    std::unique_ptr<TImageFormat> image = readImage(key, std::move(source));
+    // The picture of an exception is not registered: its name finds nothing.
+    if (image && key != kExceptionImage) registerImage(key, std::move(image));
+    return key;
 }
 
 }  // namespace kivu

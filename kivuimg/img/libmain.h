@@ -38,6 +38,13 @@ const char* undefinedImageBase64();
 // use the pointer it was given.
 void registerImage(const std::string& name, std::unique_ptr<TImageFormat> image);
 
+// Reads an image as libimg_loadImage does, but for the caller alone: no
+// registry.  `name` is a file name, url(...) or, with `source`, any name;
+// it becomes the name libimg_loadImage would register: a fallback name when
+// the image can't be read, with the fallback picture as the answer
+// ("exception-image.jpg" when reading failed).  Null, with `name` empty,
+// only when no class was made.  Raises nothing.
+std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuffer> source);
 // Loads (or finds) an image by name; C++ form of libimg_loadImage.
 std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
 

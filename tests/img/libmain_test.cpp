@@ -187,6 +187,20 @@ TEST_F(ImageFrame, FallbacksHaveTheirNames) {
     EXPECT_EQ(libimg_getImage("exception-image.jpg"), nullptr);
     EXPECT_NE(logText().find(broken + " -> JPEG: "), std::string::npos);
     EXPECT_STREQ(libimg_makeColorSpaceModification(), "");
+
+    // readImage gives the same names, and the picture itself, to its caller alone.
+    const std::pair<std::string, std::string> owned[] = {{sample("gradient-gray.jpg"), sample("gradient-gray.jpg")},
+                                                         {(dir / "gone.jpg").string(), "not-found.jpg"},
+                                                         {jpe, "unsuppored-image.jpg"},
+                                                         {broken, "exception-image.jpg"}};
+    for (const auto& [input, expected] : owned) {
+        std::string name = input;
+        auto img = readImage(name, nullptr);
+        EXPECT_EQ(name, expected);
+        ASSERT_NE(img, nullptr) << input;
+        EXPECT_EQ(img->width(), expected == input ? 160 : 57) << input;
+    }
+    EXPECT_EQ(libimg_getImage(sample("gradient-gray.jpg").c_str()), nullptr) << "nothing was registered";
 }
 
 TEST_F(ImageFrame, ExtensionDecidesTheClass) {
