@@ -137,16 +137,14 @@ bool isFallback(const std::string& name) {
     return name == kNotFoundImage || name == kUnsupportedImage || name == kExceptionImage;
 }
 
-// Loads one input; a fallback is reported on standard error.  `spare`
-// receives the picture of an exception, which the registry doesn't keep.
-TImageFormat* load(const std::string& input, std::string& name, std::unique_ptr<TImageFormat>& spare) {
-    char* registered = libimg_loadImage(input.c_str(), nullptr);
-    name = registered ? registered : "";
-    TImageFormat* image = libimg_getImage(name.c_str());
+// Reads one input into an image of the caller's own, so that it can be freed
+// once its page is written; a fallback is reported on standard error.
+std::unique_ptr<TImageFormat> load(const std::string& input, std::string& name) {
+    name = input;
+    std::unique_ptr<TImageFormat> image = readImage(name, nullptr);
     if (!image) {
-        spare = createUndefinedImage();
-        spare->readSpecs();
-        image = spare.get();
+        image = createUndefinedImage();
+        image->readSpecs();
         if (name.empty()) name = kUnsupportedImage;
     }
     if (isFallback(name)) std::fprintf(stderr, "kivuimg: warning: '%s' falls back to '%s'\n", input.c_str(), name.c_str());
@@ -167,8 +165,7 @@ const char* colorSpaceWord(ColorSpace cs) {
 int runInfo(const Options& o) {
     for (const auto& input : o.inputs) {
         std::string name;
-        std::unique_ptr<TImageFormat> spare;
-        TImageFormat* img = load(input, name, spare);
+        const std::unique_ptr<TImageFormat> img = load(input, name);
         nlohmann::json j;
         j["input"] = input;
         j["name"] = name;
@@ -207,18 +204,16 @@ int runConvert(const Options& o) {
         std::fprintf(stderr, "kivuimg: can't write '%s'\n", o.output.c_str());
         return 1;
     }
-    std::vector<std::unique_ptr<TImageFormat>> spares;
     for (const auto& input : o.inputs) {
         std::string name;
-        std::unique_ptr<TImageFormat> spare;
-        TImageFormat* img = load(input, name, spare);
+        std::unique_ptr<TImageFormat> img = load(input, name);
         if (o.strict && isFallback(name)) {
             std::fprintf(stderr, "kivuimg: error: '%s' could not be read (%s)\n", input.c_str(), name.c_str());
             writer.abandon();
             return 1;
         }
         try {
-            writer.addPage(img);
+            writer.addPage(std::move(img));
         } catch (const std::exception& e) {
             // The image read but could not be written: like any image that
             // fails, its page shows the fallback picture.
@@ -229,11 +224,10 @@ int runConvert(const Options& o) {
             }
             std::fprintf(stderr, "kivuimg: warning: '%s' falls back to '%s': %s\n", input.c_str(), kExceptionImage,
                          e.what());
-            spare = createUndefinedImage();
-            spare->readSpecs();
-            writer.addPage(spare.get());
+            std::unique_ptr<TImageFormat> fallback = createUndefinedImage();
+            fallback->readSpecs();
+            writer.addPage(std::move(fallback));
         }
-        if (spare) spares.push_back(std::move(spare));
     }
     if (!writer.finish()) {
         std::fprintf(stderr, "kivuimg: can't write '%s'\n", o.output.c_str());

@@ -26,6 +26,30 @@ std::string num(double v) {
 
 }  // namespace
 
+void PageResources::add(const std::string& kind, const std::string& name, uint64_t num) {
+    for (auto& [k, names] : kinds_)
+        if (k == kind) {
+            names.emplace_back(name, num);
+            return;
+        }
+    kinds_.push_back({kind, {{name, num}}});
+}
+
+std::string PageResources::text() const {
+    std::string out = "<<";
+    for (const auto& [kind, names] : kinds_) {
+        out += " /" + kind + " <<";
+        for (const auto& [name, num] : names)
+            out += sformat(" /%s %llu 0 R", name.c_str(), static_cast<unsigned long long>(num));
+        out += " >>";
+    }
+    return out + " >>";
+}
+
+void FileSink::write(std::span<const uint8_t> bytes) {
+    if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) failed_ = true;
+}
+
 PdfWriter::PdfWriter(double dpi, ColorSpace space, ConvertImages convert)
     : dpi_(dpi), space_(space), convert_(convert) {}
 
@@ -37,29 +61,36 @@ bool PdfWriter::open(const std::string& path) {
     path_ = path;
     out_ = std::fopen(path.c_str(), "wb");
     if (!out_) return false;
+    sink_.open(out_);
     // The header's version is patched in finish(): reserve its place.
     const char head[] = "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n";
     std::fwrite(head, 1, sizeof head - 1, out_);
     offset_ = sizeof head - 1;
     catalog_ = objects_.add(1);
     pages_ = objects_.add(2);
+    pending_ = objects_.order().size();
     return true;
 }
 
 void PdfWriter::writeObject(TBaseObject* obj) {
     obj->offset(offset_);
-    std::unique_ptr<TMemory> text = obj->toPDF();
-    if (text->size()) std::fwrite(text->ptr(), 1, text->size(), out_);
-    offset_ += text->size();
-    written_.push_back(obj->num());
+    offset_ += obj->writePDF(sink_);
+    obj->releaseStream();
 }
 
 void PdfWriter::writePending() {
-    // Objects 1 and 2 wait for the end: the page tree needs every page.
-    std::set<uint64_t> done(written_.begin(), written_.end());
-    for (uint64_t n : objects_.order()) {
-        if (n <= 2 || done.count(n) || fonts_.deferred(n)) continue;
-        if (TBaseObject* obj = objects_.get(n)) writeObject(obj);
+    std::vector<uint64_t> waiting;
+    for (uint64_t n : deferred_) {
+        if (fonts_.deferred(n)) waiting.push_back(n);
+        else if (TBaseObject* obj = objects_.get(n)) writeObject(obj);
+    }
+    deferred_ = std::move(waiting);
+    const std::vector<uint64_t>& order = objects_.order();
+    for (; pending_ < order.size(); ++pending_) {
+        const uint64_t n = order[pending_];
+        if (n <= 2) continue;
+        if (fonts_.deferred(n)) deferred_.push_back(n);
+        else if (TBaseObject* obj = objects_.get(n)) writeObject(obj);
     }
 }
 
@@ -130,29 +161,38 @@ uint64_t PdfWriter::writeImage(TImageFormat* image, const std::string& name) {
     return imageNum;
 }
 
-void PdfWriter::addPage(TImageFormat* image) {
-    const std::string resName = sformat("Im%zu", pageNumbers_.size() + 1);
-    const uint64_t imageNum = writeImage(image, resName);
-    TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr;
+uint64_t PdfWriter::addContent(const std::string& ops) {
+    TIndirectObject* content = objects_.add(0);
+    TMemory stream(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(ops.data()), ops.size()));
+    content->setStream(&stream, "");
+    return content->num();
+}
 
+void PdfWriter::addPageObject(double width, double height, const PageResources& resources, uint64_t content) {
+    TIndirectObject* page = objects_.add(0);
+    page->args({"Type", "Page"});
+    page->set("Parent", "2 0 R");
+    page->set("MediaBox", "[0 0 " + num(width) + " " + num(height) + "]");
+    page->set("Resources", resources.text());
+    page->set("Contents", sformat("%llu 0 R", static_cast<unsigned long long>(content)));
+    pageNumbers_.push_back(page->num());
+}
+
+void PdfWriter::addPage(std::unique_ptr<TImageFormat> image) {
+    const std::string resName = sformat("Im%zu", pageNumbers_.size() + 1);
+    const uint64_t imageNum = writeImage(image.get(), resName);
+    PageResources resources;
+    resources.add("XObject", resName, imageNum);
+    TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr;
     // A drawing may claim no size at all: its page keeps one point.
     double pageW = image->width() * 72.0 / dpi_;
     double pageH = image->height() * 72.0 / dpi_;
     if (!(pageW > 0)) pageW = 1;
     if (!(pageH > 0)) pageH = 1;
-    TIndirectObject* content = objects_.add(0);
-    const std::string ops = "q\n" + placement(image, form, pageW, pageH) + "\n/" + resName + " Do\nQ\n";
-    TMemory stream(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(ops.data()), ops.size()));
-    content->setStream(&stream, "");
-
-    TIndirectObject* page = objects_.add(0);
-    page->args({"Type", "Page"});
-    page->set("Parent", "2 0 R");
-    page->set("MediaBox", "[0 0 " + num(pageW) + " " + num(pageH) + "]");
-    page->set("Resources", sformat("<< /XObject << /%s %llu 0 R >> >>", resName.c_str(),
-                                   static_cast<unsigned long long>(imageNum)));
-    page->set("Contents", sformat("%llu 0 R", static_cast<unsigned long long>(content->num())));
-    pageNumbers_.push_back(page->num());
+    const std::string ops = "q\n" + placement(image.get(), form, pageW, pageH) + "\n/" + resName + " Do\nQ\n";
+    const uint64_t content = addContent(ops);
+    image.reset();
+    addPageObject(pageW, pageH, resources, content);
     writePending();
 }
 
@@ -189,9 +229,10 @@ bool PdfWriter::finish() {
         std::fseek(out_, 7, SEEK_SET);
         std::fputc('0' + minor, out_);
     }
-    const bool ok = std::fclose(out_) == 0;
+    const bool wrote = !sink_.failed() && !std::ferror(out_);
+    const bool closed = std::fclose(out_) == 0;
     out_ = nullptr;
-    return ok;
+    return wrote && closed;
 }
 
 void PdfWriter::abandon() {

@@ -1,12 +1,15 @@
 // Writes a complete PDF document with one page per image, the way a host
-// engine uses the library: objects through TObjects, serialised by toPDF,
-// offsets recorded, xref and trailer at the end.
+// engine uses the library: objects through TObjects, each page's objects
+// written by writePDF as soon as the page is complete and their streams
+// released, offsets recorded, xref and trailer at the end.  Memory stays at
+// about one image's worth whatever the number of pages.
 #pragma once
 
 #include <cstdio>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kivuimg/commons/consts.h"
@@ -17,9 +20,29 @@
 
 namespace kivutool {
 
-struct PageImage {
-    kivu::TImageFormat* image = nullptr;  // observed; owned by the registry or the caller
-    std::string resourceName;             // name handed to addObjectSpecs
+// The named resources of one page, by kind ("XObject", "ExtGState",
+// "Shading", "Font", ...), each kind and name in the order of addition.
+class PageResources {
+public:
+    void add(const std::string& kind, const std::string& name, uint64_t num);
+    // "<< /XObject << /Im1 5 0 R >> >>"
+    std::string text() const;
+
+private:
+    using Names = std::vector<std::pair<std::string, uint64_t>>;
+    std::vector<std::pair<std::string, Names>> kinds_;
+};
+
+// Sends object text to a file and counts the bytes; remembers a failed write.
+class FileSink : public kivu::TObjectSink {
+public:
+    void open(FILE* f) { file_ = f; }
+    void write(std::span<const uint8_t> bytes) override;
+    bool failed() const { return failed_; }
+
+private:
+    FILE* file_ = nullptr;
+    bool failed_ = false;
 };
 
 class PdfWriter {
@@ -29,9 +52,10 @@ public:
 
     // Opens the output; false when it can't be created.
     bool open(const std::string& path);
-    // Adds one page showing the image over the whole page; raises what
-    // addObjectSpecs raises.
-    void addPage(kivu::TImageFormat* image);
+    // Adds one page showing the image over the whole page and writes its
+    // objects; raises what addObjectSpecs raises.  The image is freed as soon
+    // as its objects are made: they hold their own copies of the data.
+    void addPage(std::unique_ptr<kivu::TImageFormat> image);
     // Writes the shared objects, the page tree, the catalogue, xref and trailer.
     bool finish();
     // Removes a half-written file.
@@ -41,6 +65,11 @@ private:
     // The image's objects: addObjectSpecs, its mask or palette straight
     // after, and a form's resources.  Answers the main object's number.
     uint64_t writeImage(kivu::TImageFormat* image, const std::string& name);
+    uint64_t addContent(const std::string& ops);
+    void addPageObject(double width, double height, const PageResources& resources, uint64_t content);
+    // Writes every object made since the last call, in the order of creation,
+    // and releases its stream.  Objects 1 and 2, and the fonts FontBook
+    // holds back, wait for finish().
     void writePending();
     void writeObject(kivu::TBaseObject* obj);
     std::string placement(kivu::TImageFormat* image, kivu::TBaseObject* form, double pageW, double pageH) const;
@@ -60,13 +89,15 @@ private:
     kivu::ConvertImages convert_;
     std::string path_;
     FILE* out_ = nullptr;
+    FileSink sink_;
     uint64_t offset_ = 0;
+    size_t pending_ = 0;             // index in objects_.order() of the first object not yet looked at
+    std::vector<uint64_t> deferred_;  // objects passed over while FontBook defers them
     float version_ = 1.4f;
     kivu::TObjects objects_;
     kivu::TIndirectObject* catalog_ = nullptr;
     kivu::TIndirectObject* pages_ = nullptr;
     std::vector<uint64_t> pageNumbers_;
-    std::vector<uint64_t> written_;
     std::vector<kivu::SGradient> gradients_;
     FontBook fonts_{objects_};
     // Sub-image sources written so far, by name; each once per document.
