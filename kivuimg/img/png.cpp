@@ -132,9 +132,12 @@ void TImagePNG::_splitAlpha() {
     const uint64_t expected = h * stride;
 
     // The header tells how much the samples inflate to; more is a bomb and raises.
-    if (expected > 0) dataBuf_->uncomp(expected);
-    const uint8_t* in = dataBuf_->ptr();
-    const uint64_t have = expected > 0 ? dataBuf_->size() : 0;
+    // The compressed samples are freed as soon as they are inflated.
+    std::vector<uint8_t> raw;
+    if (expected > 0 && dataBuf_->size() > 0) raw = TMemory::_uncomp(dataBuf_->bytes(), 0, 15, expected);
+    dataBuf_.reset();
+    const uint8_t* in = raw.data();
+    const uint64_t have = raw.size();
     // Rows past the end of the samples read as 0, within bounds.
     if (have < expected) checkZeros("PNG", expected - have, have);
 
@@ -174,7 +177,9 @@ void TImagePNG::_splitAlpha() {
             }
         }
     }
+    std::vector<uint8_t>().swap(raw);
     dataBuf_ = TBuffer::create(std::span<const uint8_t>(TMemory::_comp(color, -1)));
+    std::vector<uint8_t>().swap(color);
     mask_ = TBuffer::create(std::span<const uint8_t>(TMemory::_comp(alpha, -1)));
     minVersion_ = 1.4f;
 }
