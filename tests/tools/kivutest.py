@@ -91,3 +91,74 @@ def percentile_diff(a, b, q):
 
 
 HOME = home()
+
+
+def photo_rows(w, h, bands, index=0):
+    """Rows of a deterministic photo-like image: smooth ramps plus fine noise,
+    integer arithmetic only, so every Python makes the same bytes."""
+    state = 12345 + index
+    rows = []
+    for y in range(h):
+        row = bytearray()
+        for x in range(w):
+            for b in range(bands):
+                state = (state * 1103515245 + 12345) & 0x7FFFFFFF
+                v = ((x * (b + 1) * 255) // w + (y * (3 - b % 3) * 255) // h) // 2 + (state >> 16) % 9 - 4
+                row.append(max(0, min(255, v)))
+        rows.append(bytes(row))
+    return rows
+
+
+def write_bmp24(path, w, h, rows):
+    """A bottom-up 24-bit BMP with the 40-byte header; rows are RGB, top first."""
+    import struct
+    stride = (w * 3 + 3) & ~3
+    body = b"".join(bytes(r[i + 2 - 2 * (i % 3)] for i in range(w * 3)) + b"\0" * (stride - w * 3)
+                    for r in reversed(rows))
+    head = struct.pack("<2sIHHIIiiHHIIiiII", b"BM", 54 + len(body), 0, 0, 54, 40, w, h, 1, 24, 0, len(body),
+                       2835, 2835, 0, 0)
+    open(path, "wb").write(head + body)
+
+
+def write_png(path, w, h, color_type, rows):
+    """A PNG of depth 8, filter 0 on every row, one IDAT."""
+    import struct
+    import zlib
+
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+    raw = b"".join(b"\0" + r for r in rows)
+    ihdr = struct.pack(">IIBBBBB", w, h, 8, color_type, 0, 0, 0)
+    open(path, "wb").write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", ihdr) + chunk(b"IDAT", zlib.compress(raw)) +
+                           chunk(b"IEND", b""))
+
+
+def pdf_objects(path):
+    """Every object of a PDF written by kivuimg as {number: text}, where the
+    text is the dictionary without its /Length line and, for a stream, the
+    MD5 of its decompressed data: what stays when only the deflater changes."""
+    import hashlib
+    import re
+    import zlib
+    data = open(path, "rb").read()
+    out = {}
+    head_re = re.compile(rb"(?m)^(\d+) 0 obj\n")
+    pos = 0
+    while True:
+        m = head_re.search(data, pos)
+        if not m:
+            return out
+        start = m.end()
+        end = data.index(b"endobj\n", start)
+        at = data.find(b">>\nstream\n", start)
+        if at < 0 or at > end:
+            out[int(m.group(1))] = data[start:end].decode("latin-1")
+            pos = end
+            continue
+        head = data[start:at + 3].decode("latin-1")
+        length = int(re.search(r"/Length (\d+)\n", head).group(1))
+        stream = data[at + 10:at + 10 + length]
+        pos = at + 10 + length
+        if "/Filter /FlateDecode" in head:
+            stream = zlib.decompress(stream)
+        out[int(m.group(1))] = re.sub(r"/Length \d+\n", "", head) + hashlib.md5(stream).hexdigest()
