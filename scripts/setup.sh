@@ -5,7 +5,7 @@ set -euo pipefail
 
 PKGS=(
   build-essential cmake pkg-config
-  libxml2-dev libjpeg62-turbo-dev zlib1g-dev libcurl4-openssl-dev
+  libxml2-dev libjpeg62-turbo-dev zlib1g-dev libdeflate-dev libcurl4-openssl-dev
   libpcre2-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   qpdf poppler-utils python3-pil python3-pikepdf

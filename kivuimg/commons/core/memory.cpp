@@ -1,9 +1,11 @@
 #include "kivuimg/commons/core/memory.h"
 
+#include <libdeflate.h>
 #include <zlib.h>
 
 #include <sys/mman.h>
 
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +19,22 @@ namespace kivu {
 namespace {
 constexpr uint64_t kMaxSlack = 64 * 1024;
 constexpr uint64_t kHugePage = 2 * 1024 * 1024;
+
+// libdeflate's compressor of a level (0 to 9, as zlib's), one per thread,
+// made on first use: making one costs more than deflating a small stream.
+libdeflate_compressor* compressorFor(int level) {
+    struct Compressors {
+        std::array<libdeflate_compressor*, 10> at{};
+        ~Compressors() {
+            for (auto* c : at)
+                if (c) libdeflate_free_compressor(c);
+        }
+    };
+    thread_local Compressors cache;
+    libdeflate_compressor*& c = cache.at[level];
+    if (!c) c = libdeflate_alloc_compressor(level);
+    return c;
+}
 }  // namespace
 
 void adviseLargeBlock(void* p, uint64_t n) {
@@ -155,14 +173,17 @@ uint8_t* TMemory::copyChunk() const {
 
 std::string TMemory::to_string() const { return used_ ? std::string(view()) : std::string(); }
 
+// Deflates with libdeflate into a zlib stream (header, deflate data, Adler-32),
+// which zlib's inflate and every PDF reader take as they take compress2's;
+// level -1 is zlib's default, 6.
 std::vector<uint8_t> TMemory::_comp(std::span<const uint8_t> data, int level) {
-    const uint64_t n = data.size();
-    uLongf outLen = static_cast<uLongf>(n + ((n + 1023) >> 10) + 12);
-    if (compressBound(static_cast<uLong>(n)) > outLen) outLen = compressBound(static_cast<uLong>(n));
-    std::vector<uint8_t> out(outLen);
-    const int rc = compress2(out.data(), &outLen, data.data(), static_cast<uLong>(n), level);
-    if (rc != Z_OK) throw KivuException("Error: _comp");
-    out.resize(outLen);
+    if (level == -1) level = 6;
+    libdeflate_compressor* c = level >= 0 && level <= 9 ? compressorFor(level) : nullptr;
+    if (!c) throw KivuException("Error: _comp");
+    std::vector<uint8_t> out(libdeflate_zlib_compress_bound(c, data.size()));
+    const size_t n = libdeflate_zlib_compress(c, data.data(), data.size(), out.data(), out.size());
+    if (n == 0) throw KivuException("Error: _comp");
+    out.resize(n);
     // Data that compresses well would otherwise keep the whole bound allocated.
     if (out.size() < out.capacity() / 2) out.shrink_to_fit();
     return out;
