@@ -4,9 +4,9 @@ same files (cat FILES > out.pdf) and Debian's img2pdf.
 
 Makes five sets of photo-like images with Pillow (smooth colour fields plus
 fine noise, JPEG quality 90), converts each set with `kivuimg convert`, `cat`
-and `img2pdf`, and prints the median wall time of each, kivuimg's CPU time
-(user + system: what a busy machine doesn't change), peak memory (maximum
-resident set size, from /usr/bin/time) and the ratios.  A batch of 200 files
+and `img2pdf`, and prints the median wall time of each, the CPU time of
+kivuimg and img2pdf (user + system: what a busy machine changes least), peak
+memory (maximum resident set size, from /usr/bin/time) and the ratios.  A batch of 200 files
 (hard links over a set) shows that peak memory does not grow with the batch.
 
 usage: bench/convert_batch.py [--sets DIR] [--repeat R] [--only NAME,...]
@@ -114,15 +114,16 @@ def run_set(label, files, tool, env, work, repeat):
     out = os.path.join(work, "out.pdf")
     t_kivu, c_kivu, m_kivu = measure([tool, "convert"] + files + ["-o", out], env, repeat)
     t_cat, _, _ = measure(["sh", "-c", 'cat "$@" > ' + out, "cat"] + files, env, repeat)
-    t_i2p = m_i2p = None
+    t_i2p = c_i2p = m_i2p = None
     if shutil.which("img2pdf"):
         try:
-            t_i2p, _, m_i2p = measure(["img2pdf", "-o", out] + files, env, repeat)
+            t_i2p, c_i2p, m_i2p = measure(["img2pdf", "-o", out] + files, env, repeat)
         except RuntimeError as e:
             print("  img2pdf: %s" % e, file=sys.stderr)
     mb = sum(os.path.getsize(f) for f in files) / 1e6
     row = [label, "%d, %.0f" % (len(files), mb), "%.2f" % t_cat, "%.2f" % t_kivu, "%.2f" % c_kivu,
-           fmt(t_i2p, "%.2f"), "%.1f" % (t_kivu / max(t_cat, 0.01)), fmt(t_i2p and t_i2p / t_kivu, "%.1f"),
+           fmt(t_i2p, "%.2f"), fmt(c_i2p, "%.2f"), "%.1f" % (t_kivu / max(t_cat, 0.01)),
+           fmt(t_i2p and t_i2p / t_kivu, "%.1f"), fmt(c_i2p and c_i2p / max(c_kivu, 0.01), "%.1f"),
            "%.0f" % m_kivu, fmt(m_i2p, "%.0f")]
     print("| " + " | ".join(row) + " |", flush=True)
 
@@ -144,9 +145,9 @@ def main():
     env = dict(os.environ, KIVU_HOME=os.path.join(work, "home"))
     try:
         subprocess.run([args.tool, "--help"], check=True, env=env, capture_output=True)
-        print("| set | files, MB | cat s | kivuimg s | kivuimg CPU s | img2pdf s | kivuimg / cat "
-              "| img2pdf / kivuimg | kivuimg peak MB | img2pdf peak MB |")
-        print("|---|---|---|---|---|---|---|---|---|---|")
+        print("| set | files, MB | cat s | kivuimg s | kivuimg CPU s | img2pdf s | img2pdf CPU s | kivuimg / cat "
+              "| img2pdf / kivuimg | same, CPU | kivuimg peak MB | img2pdf peak MB |")
+        print("|---|---|---|---|---|---|---|---|---|---|---|---|")
         sizes = []
         for name, count, w, h, mode, ext, decoded in SETS:
             if name not in only:
