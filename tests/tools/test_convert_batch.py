@@ -23,7 +23,8 @@ for name, kind, bands in [("photo.bmp", "bmp", 3), ("photo.png", 2, 3), ("photo-
         k.write_png(path, 640, 480, kind, rows)
     made.append(path)
 samples = os.path.join(k.SOURCE, "samples")
-batch = made + sorted(os.path.join(samples, n) for n in os.listdir(samples)) + made[:1]
+# Text in drawings depends on the fonts a machine has: that sample stays out.
+batch = made + sorted(os.path.join(samples, n) for n in os.listdir(samples) if n != "text-and-pictures.svg") + made[:1]
 
 pdf = os.path.join(tmp, "batch.pdf")
 k.run(["convert"] + batch + ["-o", pdf])
