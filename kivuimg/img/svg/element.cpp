@@ -9,6 +9,7 @@
 #include "kivuimg/img/svg/group.h"
 #include "kivuimg/img/svg/imagesvg.h"
 #include "kivuimg/img/svg/line.h"
+#include "kivuimg/img/svg/path.h"
 #include "kivuimg/img/svg/polygon.h"
 #include "kivuimg/img/svg/polyline.h"
 #include "kivuimg/img/svg/rect.h"
@@ -194,6 +195,7 @@ const SElementKind kElementKinds[] = {
     {"use", inDocument | inGroup, &make<TSvgUse>},
     {"defs", inDocument | inGroup | inSymbol, &make<TSvgDefs>},
     {"line", kEverywhere, &make<TSvgLine>},
+    {"path", kEverywhere, &make<TSvgPath>},
     {"rect", kEverywhere, &make<TSvgRect>},
     {"text", kEverywhere, &make<TSvgText>},
     {"image", kEverywhere, &make<TSvgSubImage>},

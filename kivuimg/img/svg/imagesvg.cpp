@@ -15,6 +15,7 @@
 #include "kivuimg/commons/indirectobj.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/svg/group.h"
+#include "kivuimg/img/svg/pathgeom.h"
 #include "kivuimg/img/svg/subimage.h"
 #include "kivuimg/img/svg/text.h"
 #include "kivuimg/img/svg/transform.h"
@@ -392,22 +393,15 @@ void TImageSVG::swapSubImage(const std::string& name, const std::string& newName
     }
 }
 
-// ---- gradients and curve geometry ------------------------------------------------------------
-
-void TImageSVG::addGradient(_xmlNode*, GradientType) {}
-
-void TImageSVG::_linkGradientXRefs() {}
-
-std::string TImageSVG::_svgGradient(SGradientInfo, TSvgElement*) { return ""; }
+// ---- curve geometry ----------------------------------------------------------------------------
 
 std::array<float, 4> TImageSVG::calcBeizerBBox(const SPoint& start, const SCurve& curve) {
-    return {std::min(start.x, curve.end.x), std::min(start.y, curve.end.y), std::max(start.x, curve.end.x),
-            std::max(start.y, curve.end.y)};
+    return bezierBox(start, curve);
 }
 
-std::string TImageSVG::arcTo(const SPoint&, const SPoint&, const SPoint&, float, float, float,
-                             std::map<int, std::vector<float>>&) {
-    return "";
+std::string TImageSVG::arcTo(const SPoint& start, const SPoint& end, const SPoint& radii, float rotation,
+                             float largeArc, float sweep, std::map<int, std::vector<float>>& extents) {
+    return arcToCurves(start, end, radii, rotation, largeArc, sweep, documentScale_, extents);
 }
 
 }  // namespace kivu

@@ -41,6 +41,10 @@ inline constexpr int kMaxSvgDepth = 200;
 // How many drawings may stand one inside the other through "image"
 // elements; a drawing read deeper than that stays empty.
 inline constexpr int kMaxSvgNesting = 8;
+// How many rounds a reflected or repeated gradient is unrolled in each
+// direction at most.  A short or degenerate axis would otherwise need rounds
+// without end; past the cap the shading's extension paints the rest.
+inline constexpr int kMaxGradientRounds = 256;
 
 class TImageSVG : public TImageFormat {
 public:
@@ -121,8 +125,18 @@ public:
 
     void addElement(std::unique_ptr<TSvgElement> element);
     const std::vector<std::unique_ptr<TSvgElement>>& elements() const { return elements_; }
-    // Counts a new element against the budget; raises past it.
+    // Counts a new element against the budget; raises past it.  Gradient
+    // stops count too: those read, those a reference copies, and those
+    // written into records, so that no gradient multiplies without bound.
     void countElement();
+
+    // The letter of the path command written last, and the mirrored second
+    // control point of the last curve (end minus control, y down).  Both
+    // carry over from one path to the next.
+    const std::string& lastCommand() const { return lastCommand_; }
+    void lastCommand(const std::string& letter) { lastCommand_ = letter; }
+    SPoint lastControl() const { return lastControl_; }
+    void lastControl(const SPoint& offset) { lastControl_ = offset; }
 
     // ---- read-back for hosts and tests ----
     float documentScale() const { return documentScale_; }
@@ -156,7 +170,15 @@ private:
     std::string _strokeOperators(SSVGStyle& style, std::string& paint);
     std::string _dashOperators(const SSVGStyle& style);
     std::string _opacityState(const char* key, float opacity);
+    // Gradients (gradients.cpp).
+    void _addStopToGradient(SGradientInfo& info, _xmlNode* node);
     std::string _svgGradient(SGradientInfo info, TSvgElement* element);
+    std::string _svgGradientLinear(SGradientInfo* info, float w, float h, const SPoint& origin,
+                                   const std::string& transformText, char spreadLetter);
+    std::string _svgGradientRadial(SGradientInfo* info, float w, float h, const SPoint& origin,
+                                   const std::string& transformText, char spreadLetter);
+    std::string _gradientRecord(const SGradientInfo& info, int32_t shadingType, const SPoint& from,
+                                const SPoint& to, float firstRadius, float lastRadius);
 
     Unit unit_ = uNone;
     std::string version_ = "1.0";
@@ -180,6 +202,8 @@ private:
     uint64_t elementCount_ = 0;
     bool overBudget_ = false;
     bool indexedWarned_ = false;
+    std::string lastCommand_;
+    SPoint lastControl_{0, 0};
 };
 
 }  // namespace kivu
