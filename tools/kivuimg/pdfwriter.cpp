@@ -8,6 +8,7 @@
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/core/regex.h"
 #include "kivuimg/commons/indirectobj.h"
+#include "shadings.h"
 
 using namespace kivu;
 
@@ -123,25 +124,46 @@ std::string PdfWriter::placement(TImageFormat* image, TBaseObject* form, double 
     return "0 0 0 0 0 0 cm";
 }
 
-// Names a form's content uses for shared graphics states ("/GS<k> gs"),
-// resolved to the store's k-th shared state, which gets its number here.
+namespace {
+
+// The numbers k of the names "<prefix><k> <op>" in a content stream, each once.
+std::set<uint64_t> namesUsed(std::string_view content, const char* prefix, const char* op) {
+    const Regex& pattern = cachedRegex(sformat("/%s(\\d+) %s", prefix, op), "");
+    std::set<uint64_t> found;
+    for (const Regex::Match& m : pattern.findAll(content))
+        found.insert(std::strtoull(std::string(m.group(1)).c_str(), nullptr, 10));
+    return found;
+}
+
+std::string entry(const char* prefix, uint64_t k, uint64_t num) {
+    return sformat(" /%s%llu %llu 0 R", prefix, static_cast<unsigned long long>(k), static_cast<unsigned long long>(num));
+}
+
+}  // namespace
+
+// The names a form's content uses: shared graphics states ("/GS<k> gs",
+// the store's k-th shared state, which gets its number here), and the
+// shadings and soft masks of gradient records ("/Sh<k> sh", "/TGS<k> gs",
+// the document's k-th record).
 std::string PdfWriter::formResources(TBaseObject* form) {
-    static const Regex kState("/GS(\\d+) gs");
     const auto& stream = form->stream();
     const std::string_view content(reinterpret_cast<const char*>(stream.data()), stream.size());
     const std::string fonts = fontResources(content), xobjects = xobjectResources(content);
-    std::set<uint64_t> states;
-    for (const Regex::Match& m : kState.findAll(content)) states.insert(std::strtoull(std::string(m.group(1)).c_str(), nullptr, 10));
     const auto& shared = objects_.customList(ObjectType::extGState);
-    std::string dict;
-    for (uint64_t k : states) {
+    std::string states, shadings;
+    for (uint64_t k : namesUsed(content, "GS", "gs")) {
         if (k == 0 || k > shared.size()) continue;
         const auto& state = shared[k - 1];
         if (state->num() == 0) objects_.add(state);
-        dict += sformat(" /GS%llu %llu 0 R", static_cast<unsigned long long>(k),
-                        static_cast<unsigned long long>(state->num()));
+        states += entry("GS", k, state->num());
     }
-    if (!dict.empty()) dict = " /ExtGState <<" + dict + " >>";
+    for (uint64_t k : namesUsed(content, "TGS", "gs"))
+        if (k > 0 && k <= gradients_.size()) states += entry("TGS", k, gradientSoftMask(objects_, gradients_[k - 1]));
+    for (uint64_t k : namesUsed(content, "Sh", "sh"))
+        if (k > 0 && k <= gradients_.size()) shadings += entry("Sh", k, gradientShading(objects_, gradients_[k - 1]));
+    std::string dict;
+    if (!states.empty()) dict += " /ExtGState <<" + states + " >>";
+    if (!shadings.empty()) dict += " /Shading <<" + shadings + " >>";
     dict += fonts + xobjects;
     return dict.empty() ? std::string() : "<<" + dict + " >>";
 }
