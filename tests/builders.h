@@ -70,6 +70,12 @@ inline std::string svgContent(const std::string& body,
     return emitSvg(*img).content;
 }
 
+// The content of one shape with the default style (black fill, opacities
+// 1) at the default scale of 0.75, around the path's operators.
+inline std::string filledShape(const std::string& path) {
+    return " q 0.000 0.000 0.000 rg  /GS1 gs  /GS2 gs  " + path + " f \n Q\n";
+}
+
 // ---- pictures ---------------------------------------------------------------------------
 
 // A Windows bitmap: the 40-byte header, a colour table of `entries` and the

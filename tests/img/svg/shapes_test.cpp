@@ -7,10 +7,8 @@ using kivutest::svgContent;
 
 namespace {
 
-// The frame of a shape with the default style (black fill, opacities 1) at
-// the default scale of 0.75.
-std::string filled(const std::string& path) { return " q 0.000 0.000 0.000 rg  /GS1 gs  /GS2 gs  " + path + " f \n Q\n"; }
-// The same for a line, which is never filled.
+const auto filled = kivutest::filledShape;
+// The frame of a line, which is never filled.
 std::string unpainted(const std::string& path) { return " q  /GS1 gs  /GS2 gs  " + path + " n \n Q\n"; }
 
 }  // namespace
