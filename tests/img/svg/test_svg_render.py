@@ -42,9 +42,9 @@ GOOD = 0.95
 
 # label, folder, file-name pattern, floor under the median similarity.
 GROUPS = [
-    ("resvg shapes", RESVG / "shapes", r".*", 0.60),
+    ("resvg shapes", RESVG / "shapes", r".*", 0.78),
     ("resvg structure", RESVG / "structure", r".*", 0.52),
-    ("resvg painting", RESVG / "painting", r".*", 0.55),
+    ("resvg painting", RESVG / "painting", r".*", 0.70),
     ("W3C shapes", W3C, r"shapes-.*", 0.80),
     ("W3C struct", W3C, r"struct-.*", 0.60),
     # W3C pages carry a text frame: drawn since text is, by rules that make it
@@ -55,6 +55,10 @@ GROUPS = [
     ("resvg structure/image", RESVG / "structure" / "image", r".*", 0.80),
     ("W3C text", W3C, r"text-.*", 0.45),
     ("W3C struct-image", W3C, r"struct-image-.*", 0.90),
+    ("resvg shapes/path", RESVG / "shapes" / "path", r".*", 0.78),
+    ("resvg paint-servers", RESVG / "paint-servers", r".*", 0.72),
+    ("W3C paths", W3C, r"paths-.*", 0.74),
+    ("W3C pservers", W3C, r"pservers-.*", 0.63),
 ]
 
 
