@@ -9,8 +9,6 @@
 // for the soft mask of a gradient with alpha.  PDF shadings only extend
 // their end colours, so reflected and repeated spreads are unrolled here:
 // copies of the stops are added until they reach past the box.
-#include <libxml/tree.h>
-
 #include <cmath>
 #include <limits>
 #include <optional>

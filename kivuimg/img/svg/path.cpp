@@ -179,12 +179,13 @@ std::string TSvgPath::convertData(const std::string& command, TImageSVG* base, c
                                   float& minX, float& minY, float& maxX, float& maxY, float scale, bool& closed) {
     std::vector<float> args = pathArguments(path->data);
     const bool relative = path->command == toLower(path->command);
-    if (!oneOf(command, "achlmqstvz")) throwf("Invalid or unsupported path command '%s'", path->command.c_str());
+    const std::string letter = toLower(command);
+    if (!oneOf(letter, "achlmqstvz")) throwf("Invalid or unsupported path command '%s'", path->command.c_str());
     TMemory memory(256, 0);
     TContent out(memory);
     CommandRun run(*base, std::move(args), *current, SExtents{minX, minY, maxX, maxY}, scale, out);
     const std::string last = base->lastCommand();
-    switch (command[0]) {
+    switch (letter[0]) {
         case 'm': run.moveTo(relative, newSubPath_, startPoint_); break;
         case 'l': run.lineTo(relative); break;
         case 'h': run.axisLineTo(relative, true); break;
