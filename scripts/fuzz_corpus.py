@@ -3,8 +3,8 @@
 The inputs come from the third-party files in ../shared/corpus/ (skipped
 when absent), from samples/, and from images made here: small files of
 every layout with Pillow, the lying headers of
-tests/img/test_hostile_sizes.py, and drawings with text and embedded
-pictures (scripts/svg_fuzz_inputs.py).  Files are named by their SHA-1, as
+tests/img/test_hostile_sizes.py, and drawings with text, embedded pictures,
+every path command and every kind of gradient (scripts/svg_fuzz_inputs.py).  Files are named by their SHA-1, as
 libFuzzer names the inputs it adds, so running this again adds nothing twice.
 The folders are not part of the project (see .gitignore); nothing is copied
 into the source tree.
@@ -30,7 +30,7 @@ sys.path.insert(0, os.path.join(SOURCE, "tests", "img"))
 os.environ.setdefault("KIVU_SOURCE_DIR", SOURCE)
 import test_hostile_sizes as hostile  # noqa: E402  (builds files only; runs nothing on import)
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-import svg_fuzz_inputs  # noqa: E402  (text and embedded pictures)
+import svg_fuzz_inputs  # noqa: E402  (text, pictures, paths and gradients)
 
 
 def files_below(folder, exts):

@@ -1,7 +1,9 @@
-"""Starting inputs of the SVG fuzz target for text and embedded pictures:
-runs and tspan chains with every position, paint and font attribute, and
-pictures of each format (and drawings inside drawings) as data URIs, with
-every preserveAspectRatio.  scripts/fuzz_corpus.py adds them to the SVG
+"""Starting inputs of the SVG fuzz target for text, embedded pictures, paths
+and gradients: runs and tspan chains with every position, paint and font
+attribute; pictures of each format (and drawings inside drawings) as data
+URIs, with every preserveAspectRatio; path data that reaches every command,
+arcs, compact and broken numbers; gradients of every kind, spread, unit and
+reference, drawn on shapes.  scripts/fuzz_corpus.py adds them to the SVG
 target's starting corpus.
 """
 import base64
@@ -65,8 +67,42 @@ def pictures(source):
     return out
 
 
+def paths():
+    data = [
+        "M 10 10 20 20 30 10", "m 1 1 z l 5 5", "M0 0 H 10 h 5 V 10 v 5 Z",
+        "M0 0 C 0 8 8 8 8 0 S 16 -8 16 0 s 8 8 8 0", "M0 0 Q 8 8 16 0 T 32 0 t 8 0", "M 0 0 T 8 8 S 1 2 3 4",
+        "M 5 5 A 5 5 0 0 1 5 5", "M 0 0 A 0 5 0 0 1 10 10", "M 0 0 A 10 10 30 1 0 20 0 a -5 3 0 1 1 -10 -10",
+        "M10-5L.5 .5l1e1 1E1", "M 1.2.3 4", "M 1e999 0", "M 0 0 L 10 10 20", "M 0 0 A 1 2 3 4 5 6 7 8 9 10",
+        "M" + " M 1 1 2 2 z" * 50,
+    ]
+    return ['<path d="%s" fill="url(#g)"/>' % d for d in data]
+
+
+def gradients():
+    definitions = [
+        '<linearGradient id="g" x2="1"><stop stop-color="red"/><stop offset="1" stop-color="blue"/></linearGradient>',
+        '<linearGradient id="g" x2="1" spreadMethod="reflect"><stop/><stop offset="0.5" stop-opacity="0.5"/>'
+        '</linearGradient>',
+        '<linearGradient id="g" x1="0.5" x2="0.5" spreadMethod="repeat"><stop/><stop offset="1"/></linearGradient>',
+        '<linearGradient id="g" x1="0" y1="0" x2="100" y2="100" gradientUnits="userSpaceOnUse" '
+        'gradientTransform="rotate(10)"><stop offset="0.5"/><stop offset="0.2" style="stop-color:red"/>'
+        '</linearGradient>',
+        '<radialGradient id="g" spreadMethod="repeat"><stop stop-color="white"/><stop offset="1"/></radialGradient>',
+        '<radialGradient id="g" gradientUnits="userSpaceOnUse" cx="50%" cy="50%" r="0%" fx="100%" '
+        'spreadMethod="reflect"><stop/><stop offset="1"/></radialGradient>',
+        '<linearGradient id="f" href="#g"><stop/></linearGradient>'
+        '<linearGradient id="g" xlink:href="#f" x2="1"><stop offset="nan"/></linearGradient>',
+        '<linearGradient id="g" x2="100%"><stop/><stop/></linearGradient>',
+        '<radialGradient id="g"></radialGradient>',
+    ]
+    shapes = ('<rect x="10" y="10" width="40" height="30" fill="url(#g)"/><rect width="0" height="0" fill="url(#g)"/>'
+              '<circle cx="50" cy="50" r="20" fill="url(#g)"/><path d="M 10 80 q 20 -20 40 0 z" fill="url(#g)"/>'
+              '<polygon points="0,0 10,0 10,10" fill="url(#g)"/>')
+    return ["<defs>%s</defs>%s" % (d, shapes) for d in definitions]
+
+
 def inputs(source):
     """The inputs as bytes; `source` is the project's folder (for samples/)."""
-    bodies = texts() + pictures(source)
+    bodies = texts() + pictures(source) + paths() + gradients()
     bodies.append("\n".join(texts()[:3] + pictures(source)[:4]))
     return [svg(b) for b in bodies]
