@@ -57,7 +57,7 @@ GROUPS = [
     ("W3C struct-image", W3C, r"struct-image-.*", 0.90),
     ("resvg shapes/path", RESVG / "shapes" / "path", r".*", 0.78),
     ("resvg paint-servers", RESVG / "paint-servers", r".*", 0.72),
-    ("W3C paths", W3C, r"paths-.*", 0.74),
+    ("W3C paths", W3C, r"paths-.*", 0.70),
     ("W3C pservers", W3C, r"pservers-.*", 0.63),
 ]
 
