@@ -4,10 +4,15 @@
 #include <cmath>
 #include <cstring>
 #include <set>
+#include <ctime>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/core/regex.h"
 #include "kivuimg/commons/indirectobj.h"
+#include "exif.h"
 #include "shadings.h"
 
 using namespace kivu;
@@ -16,13 +21,12 @@ namespace kivutool {
 
 namespace {
 
-std::string num(double v) {
-    // PDF numbers: three decimals, trailing zeros dropped.
-    std::string s = sformat("%.3f", v);
-    while (!s.empty() && s.back() == '0') s.pop_back();
-    if (!s.empty() && s.back() == '.') s.pop_back();
-    if (s == "-0") s = "0";
-    return s;
+// The process's file-creation mask, for a file made by mkstemp (mode 0600)
+// that should get the mode a plain fopen would give it.
+mode_t currentUmask() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
 }
 
 }  // namespace
@@ -51,21 +55,32 @@ void FileSink::write(std::span<const uint8_t> bytes) {
     if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) failed_ = true;
 }
 
-PdfWriter::PdfWriter(double dpi, ColorSpace space, ConvertImages convert)
-    : dpi_(dpi), space_(space), convert_(convert) {}
+PdfWriter::PdfWriter(double dpi, ColorSpace space, ConvertImages convert, const PageLayout& layout,
+                     const DocumentInfo& info)
+    : dpi_(dpi), space_(space), convert_(convert), layout_(layout), info_(info) {}
 
-PdfWriter::~PdfWriter() {
-    if (out_) std::fclose(out_);
-}
+PdfWriter::~PdfWriter() { abandon(); }
 
 bool PdfWriter::open(const std::string& path) {
     path_ = path;
-    out_ = std::fopen(path.c_str(), "wb");
-    if (!out_) return false;
+    if (path == "-") {
+        out_ = stdout;
+    } else {
+        partial_ = path + ".partXXXXXX";
+        const int fd = mkstemp(partial_.data());
+        out_ = fd < 0 ? nullptr : fdopen(fd, "wb");
+        if (!out_) {
+            if (fd >= 0) ::close(fd);
+            std::remove(partial_.c_str());
+            partial_.clear();
+            return false;
+        }
+        fchmod(fd, 0666 & ~currentUmask());
+    }
     sink_.open(out_);
     // The header's version is patched in finish(): reserve its place.
     const char head[] = "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n";
-    std::fwrite(head, 1, sizeof head - 1, out_);
+    sink_.write(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(head), sizeof head - 1));
     offset_ = sizeof head - 1;
     catalog_ = objects_.add(1);
     pages_ = objects_.add(2);
@@ -101,25 +116,27 @@ bool formBox(TBaseObject* form, double box[4]) {
     return std::sscanf(text.c_str(), "[%lf %lf %lf %lf]", &box[0], &box[1], &box[2], &box[3]) == 4;
 }
 
-std::string PdfWriter::placement(TImageFormat* image, TBaseObject* form, double pageW, double pageH) const {
-    if (!image->isFormObject()) return num(pageW) + " 0 0 " + num(pageH) + " 0 0 cm";
+std::string PdfWriter::placement(TImageFormat* image, TBaseObject* form, const Box& b, int orientation) const {
+    if (!image->isFormObject()) return imageMatrix(b, orientation);
     double box[4];
     if (image->ext() == "SVG" && formBox(form, box)) {
         // The drawing's box lies below the x axis, its top edge at box[1]:
-        // scale it onto the page, upright.
+        // scale it onto the page box, upright.
         const double w = box[2] - box[0], h = box[1] - box[3];
         if (!(w > 0) || !(h > 0)) return "0 0 0 0 0 0 cm";
-        const double sx = pageW / w, sy = pageH / h;
-        return num(sx) + " 0 0 " + num(sy) + " " + num(-box[0] * sx) + " " + num(-box[3] * sy) + " cm";
+        const double sx = b.w / w, sy = b.h / h;
+        return pdfNumber(sx) + " 0 0 " + pdfNumber(sy) + " " + pdfNumber(b.x - box[0] * sx) + " " +
+               pdfNumber(b.y - box[3] * sy) + " cm";
     }
     const double ox = image->positionX(), oy = image->positionY();
     const double ex = image->origWidth(), ey = image->origHeight();
     if (ex == 0 || ey == 0) return "0 0 0 0 0 0 cm";
     if (image->ext() == "WMF") {
-        // Metafile axes run down the page: scale the window onto the page and
+        // Metafile axes run down the page: scale the window onto the box and
         // turn y over, so that the drawing stands upright.
-        const double sx = pageW / ex, sy = pageH / ey;
-        return num(sx) + " 0 0 " + num(-sy) + " " + num(-ox * sx) + " " + num(pageH + oy * sy) + " cm";
+        const double sx = b.w / ex, sy = b.h / ey;
+        return pdfNumber(sx) + " 0 0 " + pdfNumber(-sy) + " " + pdfNumber(b.x - ox * sx) + " " +
+               pdfNumber(b.y + b.h + oy * sy) + " cm";
     }
     return "0 0 0 0 0 0 cm";
 }
@@ -194,7 +211,7 @@ void PdfWriter::addPageObject(double width, double height, const PageResources& 
     TIndirectObject* page = objects_.add(0);
     page->args({"Type", "Page"});
     page->set("Parent", "2 0 R");
-    page->set("MediaBox", "[0 0 " + num(width) + " " + num(height) + "]");
+    page->set("MediaBox", "[0 0 " + pdfNumber(width) + " " + pdfNumber(height) + "]");
     page->set("Resources", resources.text());
     page->set("Contents", sformat("%llu 0 R", static_cast<unsigned long long>(content)));
     pageNumbers_.push_back(page->num());
@@ -202,20 +219,71 @@ void PdfWriter::addPageObject(double width, double height, const PageResources& 
 
 void PdfWriter::addPage(std::unique_ptr<TImageFormat> image) {
     const std::string resName = sformat("Im%zu", pageNumbers_.size() + 1);
+    // The EXIF orientation is read before the image's bytes go.
+    const TBuffer* bytes = image->buffer();
+    const int orientation =
+        layout_.autoOrient && image->ext() == "JPG" && bytes ? exifOrientation(bytes->bytes()) : 1;
     const uint64_t imageNum = writeImage(image.get(), resName);
     PageResources resources;
     resources.add("XObject", resName, imageNum);
     TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr;
-    // A drawing may claim no size at all: its page keeps one point.
-    double pageW = image->width() * 72.0 / dpi_;
-    double pageH = image->height() * 72.0 / dpi_;
-    if (!(pageW > 0)) pageW = 1;
-    if (!(pageH > 0)) pageH = 1;
-    const std::string ops = "q\n" + placement(image.get(), form, pageW, pageH) + "\n/" + resName + " Do\nQ\n";
+    // A drawing may claim no size at all: it keeps one point.
+    double w = image->width() * 72.0 / dpi_;
+    double h = image->height() * 72.0 / dpi_;
+    if (!(w > 0)) w = 1;
+    if (!(h > 0)) h = 1;
+    if (turnsQuarter(orientation)) std::swap(w, h);
+    const PagePlan plan = planPage(layout_, w, h);
+    std::string clip;
+    if (plan.clip) {
+        const Box& a = plan.area;
+        clip = pdfNumber(a.x) + " " + pdfNumber(a.y) + " " + pdfNumber(a.w) + " " + pdfNumber(a.h) + " re W n\n";
+    }
+    const std::string ops =
+        "q\n" + clip + placement(image.get(), form, plan.box, orientation) + "\n/" + resName + " Do\nQ\n";
     const uint64_t content = addContent(ops);
     image.reset();
-    addPageObject(pageW, pageH, resources, content);
+    addPageObject(plan.pageW, plan.pageH, resources, content);
     writePending();
+}
+
+namespace {
+
+// A PDF date of the local time: "D:YYYYMMDDHHmmSS+HH'mm'".
+std::string pdfDate() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char stamp[32], zone[8];
+    std::strftime(stamp, sizeof stamp, "D:%Y%m%d%H%M%S", &local);
+    std::strftime(zone, sizeof zone, "%z", &local);
+    std::string z = zone;
+    if (z.size() == 5) return std::string(stamp) + z.substr(0, 3) + "'" + z.substr(3) + "'";
+    return std::string(stamp) + "Z";
+}
+
+// A PDF text string that survives any dictionary: a literal string for
+// printable ASCII, else UTF-16BE with its byte-order mark, in hexadecimal.
+std::string textString(const std::string& text) {
+    const bool plain = std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+    if (plain) return TBuffer::escapedStringRaw(text)->to_string();
+    std::string hex = "<FEFF";
+    for (char16_t unit : utf8ToUtf16(text)) hex += sformat("%04X", static_cast<unsigned>(unit));
+    return hex + ">";
+}
+
+}  // namespace
+
+uint64_t PdfWriter::addInfo() {
+    TIndirectObject* info = objects_.add(0);
+    const std::pair<const char*, const std::string*> entries[] = {
+        {"Title", &info_.title}, {"Author", &info_.author}, {"Subject", &info_.subject},
+        {"Keywords", &info_.keywords}, {"Creator", &info_.creator}};
+    for (const auto& [key, value] : entries)
+        if (!value->empty()) info->set(key, textString(*value));
+    info->set("Producer", "(LibKivuImg)");
+    if (info_.date) info->set("CreationDate", "(" + pdfDate() + ")");
+    return info->num();
 }
 
 bool PdfWriter::finish() {
@@ -235,34 +303,47 @@ bool PdfWriter::finish() {
     pages_->set("Count", sformat("%zu", pageNumbers_.size()));
     catalog_->args({"Type", "Catalog"});
     catalog_->set("Pages", "2 0 R");
+    // The version digit of "%PDF-1.4" sits at offset 7; where the output
+    // can't go back to it (a pipe) the catalogue says the version instead.
+    const int minor = static_cast<int>(std::lround((version_ - 1.0f) * 10.0f));
+    const bool seekable = std::ftell(out_) >= 0;
+    if (minor > 4 && minor <= 9 && !seekable) catalog_->set("Version", sformat("/1.%d", minor));
     writeObject(pages_);
     writeObject(catalog_);
+    const uint64_t info = addInfo();
+    writeObject(objects_.get(info));
 
     const uint64_t xrefAt = offset_;
     std::string tail = objects_.xref();
     uint64_t size = 0;
     for (uint64_t n : objects_.order()) size = std::max(size, n);
-    tail += sformat("trailer\n<< /Size %llu /Root 1 0 R >>\nstartxref\n%llu\n%%%%EOF\n",
-                    static_cast<unsigned long long>(size + 1), static_cast<unsigned long long>(xrefAt));
-    std::fwrite(tail.data(), 1, tail.size(), out_);
-    // The version digit of "%PDF-1.4" sits at offset 7.
-    const int minor = static_cast<int>(std::lround((version_ - 1.0f) * 10.0f));
-    if (minor > 4 && minor <= 9) {
+    tail += sformat("trailer\n<< /Size %llu /Root 1 0 R /Info %llu 0 R >>\nstartxref\n%llu\n%%%%EOF\n",
+                    static_cast<unsigned long long>(size + 1), static_cast<unsigned long long>(info),
+                    static_cast<unsigned long long>(xrefAt));
+    sink_.write(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(tail.data()), tail.size()));
+    if (minor > 4 && minor <= 9 && seekable) {
         std::fseek(out_, 7, SEEK_SET);
         std::fputc('0' + minor, out_);
     }
-    const bool wrote = !sink_.failed() && !std::ferror(out_);
-    const bool closed = std::fclose(out_) == 0;
+    return close();
+}
+
+bool PdfWriter::close() {
+    const bool wrote = !sink_.failed() && std::fflush(out_) == 0 && !std::ferror(out_);
+    const bool closed = out_ == stdout || std::fclose(out_) == 0;
     out_ = nullptr;
-    return wrote && closed;
+    if (partial_.empty()) return wrote && closed;
+    const bool renamed = wrote && closed && std::rename(partial_.c_str(), path_.c_str()) == 0;
+    if (!renamed) std::remove(partial_.c_str());
+    partial_.clear();
+    return renamed;
 }
 
 void PdfWriter::abandon() {
-    if (out_) {
-        std::fclose(out_);
-        out_ = nullptr;
-    }
-    if (!path_.empty()) std::remove(path_.c_str());
+    if (out_ && out_ != stdout) std::fclose(out_);
+    out_ = nullptr;
+    if (!partial_.empty()) std::remove(partial_.c_str());
+    partial_.clear();
 }
 
 }  // namespace kivutool

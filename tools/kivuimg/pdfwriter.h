@@ -17,6 +17,7 @@
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/imgformat.h"
 #include "fonts.h"
+#include "layout.h"
 
 namespace kivutool {
 
@@ -45,12 +46,23 @@ private:
     bool failed_ = false;
 };
 
+// The document's Info dictionary: what the user gives, the producer, and
+// the creation date unless `date` is off (for reproducible files).
+struct DocumentInfo {
+    std::string title, author, subject, keywords, creator;
+    bool date = true;
+};
+
 class PdfWriter {
 public:
-    PdfWriter(double dpi, kivu::ColorSpace space, kivu::ConvertImages convert);
+    PdfWriter(double dpi, kivu::ColorSpace space, kivu::ConvertImages convert, const PageLayout& layout = {},
+              const DocumentInfo& info = {});
     ~PdfWriter();
 
-    // Opens the output; false when it can't be created.
+    // Opens the output ("-": standard output); false when it can't be
+    // created.  A file is written under a temporary name beside it and takes
+    // its own name only when finish() succeeds, so a failure leaves no
+    // partial file.
     bool open(const std::string& path);
     // Adds one page showing the image over the whole page and writes its
     // objects; raises what addObjectSpecs raises.  The image is freed as soon
@@ -60,6 +72,9 @@ public:
     bool finish();
     // Removes a half-written file.
     void abandon();
+
+    size_t pages() const { return pageNumbers_.size(); }
+    uint64_t bytesWritten() const { return offset_; }
 
 private:
     // The image's objects: addObjectSpecs, its mask or palette straight
@@ -72,7 +87,13 @@ private:
     // holds back, wait for finish().
     void writePending();
     void writeObject(kivu::TBaseObject* obj);
-    std::string placement(kivu::TImageFormat* image, kivu::TBaseObject* form, double pageW, double pageH) const;
+    // The cm operator that draws the image into its box on the page.
+    std::string placement(kivu::TImageFormat* image, kivu::TBaseObject* form, const Box& box, int orientation) const;
+    // The Info dictionary's object, written last.
+    uint64_t addInfo();
+    // Flushes and closes the output; a file takes its own name.  False when
+    // anything failed to be written.
+    bool close();
     std::string formResources(kivu::TBaseObject* form);
 
     // The first pass of a drawing's two (twopass.cpp): its fonts answered,
@@ -87,7 +108,10 @@ private:
     double dpi_;
     kivu::ColorSpace space_;
     kivu::ConvertImages convert_;
-    std::string path_;
+    PageLayout layout_;
+    DocumentInfo info_;
+    std::string path_;     // the file asked for; "-" for standard output
+    std::string partial_;  // the temporary file written until finish()
     FILE* out_ = nullptr;
     FileSink sink_;
     uint64_t offset_ = 0;
