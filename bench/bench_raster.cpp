@@ -7,7 +7,6 @@
 #include <zlib.h>
 
 #include <cstring>
-#include <map>
 #include <vector>
 
 #include "kivuimg/commons/core/buffer.h"
@@ -15,12 +14,13 @@
 #include "kivuimg/img/bmp.h"
 #include "kivuimg/img/gif.h"
 #include "kivuimg/img/png.h"
+#include "tests/builders.h"
 
 using namespace kivu;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using kivutest::Bytes;
 constexpr int kW = 1024, kH = 768;
 
 // A photo-like picture: smooth gradients with a little noise.
@@ -28,25 +28,6 @@ uint8_t sample(int x, int y, int c) {
     static uint32_t state = 1;
     state = state * 1103515245u + 12345u;
     return static_cast<uint8_t>((x * (c + 1) + y * (3 - c)) / 5 + ((state >> 16) & 7));
-}
-
-void be32(Bytes& out, uint32_t v) {
-    for (int s = 24; s >= 0; s -= 8) out.push_back(static_cast<uint8_t>(v >> s));
-}
-
-void chunk(Bytes& out, const char* type, const Bytes& body) {
-    be32(out, static_cast<uint32_t>(body.size()));
-    out.insert(out.end(), type, type + 4);
-    out.insert(out.end(), body.begin(), body.end());
-    be32(out, 0);  // CRCs are not checked
-}
-
-Bytes deflateBytes(const Bytes& raw, int level) {
-    uLongf n = compressBound(static_cast<uLong>(raw.size()));
-    Bytes z(n);
-    compress2(z.data(), &n, raw.data(), static_cast<uLong>(raw.size()), level);
-    z.resize(n);
-    return z;
 }
 
 // Rows with the Sub filter, as encoders choose for smooth pictures.
@@ -65,96 +46,15 @@ Bytes pngRaw(int channels) {
 }
 
 Bytes png(int channels) {
-    Bytes out{137, 80, 78, 71, 13, 10, 26, 10};
-    Bytes ihdr;
-    be32(ihdr, kW);
-    be32(ihdr, kH);
-    ihdr.insert(ihdr.end(), {8, static_cast<uint8_t>(channels == 4 ? 6 : 2), 0, 0, 0});
-    chunk(out, "IHDR", ihdr);
-    const Bytes z = deflateBytes(pngRaw(channels), 6);
-    for (size_t at = 0; at < z.size(); at += 8192)
-        chunk(out, "IDAT", Bytes(z.begin() + at, z.begin() + std::min(z.size(), at + 8192)));
-    chunk(out, "IEND", {});
-    return out;
+    return kivutest::Png(kW, kH, 8, channels == 4 ? 6 : 2).data(kivutest::zlibDeflate(pngRaw(channels), 6)).end().bytes;
 }
 
-// A plain LZW encoder with 8-bit codes at the start, 255-byte sub-blocks.
+// A 256-colour picture of 16-pixel squares, one frame over the screen.
 Bytes gif() {
-    Bytes out{'G', 'I', 'F', '8', '9', 'a'};
-    out.insert(out.end(), {kW & 255, kW >> 8, kH & 255, kH >> 8, 0xF7, 0, 0});
-    for (int i = 0; i < 256; ++i) out.insert(out.end(), {static_cast<uint8_t>(i), static_cast<uint8_t>(255 - i), 7});
-    out.insert(out.end(), {0x2C, 0, 0, 0, 0, kW & 255, kW >> 8, kH & 255, kH >> 8, 0, 8});
-    Bytes bits;
-    int64_t bit = 0;
-    int size = 9, next = 258, limit = 512;
-    bool first = true;
-    auto put = [&](int code) {
-        for (int j = 0; j < size; ++j, ++bit) {
-            if (bit % 8 == 0) bits.push_back(0);
-            if ((code >> j) & 1) bits.back() |= static_cast<uint8_t>(1 << (bit % 8));
-        }
-        if (code == 256) {
-            size = 9, next = 258, limit = 512, first = true;
-        } else if (code != 257) {
-            if (first) first = false;
-            else if (next < 4096 && ++next >= limit && limit < 4096) limit *= 2, ++size;
-        }
-    };
-    put(256);
-    std::map<std::pair<int, int>, int> table;
-    int tnext = 258, w = -1;
+    Bytes pixels(size_t(kW) * kH);
     for (int y = 0; y < kH; ++y)
-        for (int x = 0; x < kW; ++x) {
-            const int c = (x / 16 + y / 16) % 64;
-            if (w < 0) {
-                w = c;
-                continue;
-            }
-            auto it = table.find({w, c});
-            if (it != table.end()) {
-                w = it->second;
-                continue;
-            }
-            put(w);
-            table[{w, c}] = tnext++;
-            if (tnext == 4095) {
-                put(256);
-                table.clear();
-                tnext = 258;
-            }
-            w = c;
-        }
-    put(w);
-    put(257);
-    for (size_t at = 0; at < bits.size(); at += 255) {
-        const size_t n = std::min<size_t>(255, bits.size() - at);
-        out.push_back(static_cast<uint8_t>(n));
-        out.insert(out.end(), bits.begin() + at, bits.begin() + at + n);
-    }
-    out.insert(out.end(), {0, 0x3B});
-    return out;
-}
-
-void le(Bytes& b, uint32_t v, int n) {
-    for (int i = 0; i < n; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
-}
-
-Bytes bmp(int bits, int compression, const Bytes& pixels) {
-    const int entries = bits <= 8 ? 256 : 0;
-    Bytes b{'B', 'M'};
-    le(b, 0, 4);
-    le(b, 0, 4);
-    le(b, 54 + 4 * entries, 4);
-    le(b, 40, 4);
-    le(b, kW, 4);
-    le(b, kH, 4);
-    le(b, 1, 2);
-    le(b, bits, 2);
-    le(b, compression, 4);
-    for (int i = 0; i < 4; ++i) le(b, 0, 4);
-    for (int i = 0; i < entries; ++i) b.insert(b.end(), {static_cast<uint8_t>(i), 0x40, 0x80, 0});
-    b.insert(b.end(), pixels.begin(), pixels.end());
-    return b;
+        for (int x = 0; x < kW; ++x) pixels[size_t(y) * kW + x] = static_cast<uint8_t>((x / 16 + y / 16) % 64);
+    return kivutest::Gif(kW, kH, 8).frame(kW, kH, kivutest::lzw(pixels, 8)).trailer().bytes;
 }
 
 Bytes bmp24() {
@@ -162,7 +62,7 @@ Bytes bmp24() {
     for (int y = 0; y < kH; ++y)
         for (int x = 0; x < kW; ++x)
             for (int c = 0; c < 3; ++c) px.push_back(sample(x, y, c));
-    return bmp(24, 0, px);
+    return kivutest::bmp(kW, kH, 24, 0, px);
 }
 
 Bytes bmpRle8() {
@@ -172,7 +72,7 @@ Bytes bmpRle8() {
         rle.insert(rle.end(), {0, 0});
     }
     rle.insert(rle.end(), {0, 1});
-    return bmp(8, 1, rle);
+    return kivutest::bmp(kW, kH, 8, 1, rle, 256);
 }
 
 template <typename T>
@@ -227,12 +127,12 @@ void Raster_CopyBaseline(benchmark::State& state) {
 // The floor of the PNG alpha path: inflate the samples, deflate them again.
 void Raster_PngRgbaZlibFloor(benchmark::State& state) {
     static const Bytes raw = pngRaw(4);
-    static const Bytes z = deflateBytes(raw, 6);
+    static const Bytes z = kivutest::zlibDeflate(raw, 6);
     for (auto _ : state) {
         Bytes out(raw.size());
         uLongf n = out.size();
         uncompress(out.data(), &n, z.data(), static_cast<uLong>(z.size()));
-        benchmark::DoNotOptimize(deflateBytes(out, Z_DEFAULT_COMPRESSION).size());
+        benchmark::DoNotOptimize(kivutest::zlibDeflate(out, Z_DEFAULT_COMPRESSION).size());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size_t(kW) * kH * 4));
 }

@@ -9,36 +9,13 @@
 #include "kivuimg/commons/core/buffer.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/wmf.h"
+#include "tests/builders.h"
 
 using namespace kivu;
 
 namespace {
 
-class MetafileWriter {
-public:
-    MetafileWriter() {
-        for (uint16_t w : {1, 9, 0x0300, 0, 0, 0, 0, 0, 0}) u16(w);
-    }
-    void record(uint16_t function, const std::vector<uint16_t>& words) {
-        u32(static_cast<uint32_t>(3 + words.size()));
-        u16(function);
-        for (uint16_t w : words) u16(w);
-        ++records_;
-    }
-    std::vector<uint8_t> bytes;
-    int64_t records() const { return records_; }
-
-private:
-    void u16(uint16_t v) {
-        bytes.push_back(static_cast<uint8_t>(v));
-        bytes.push_back(static_cast<uint8_t>(v >> 8));
-    }
-    void u32(uint32_t v) {
-        u16(static_cast<uint16_t>(v));
-        u16(static_cast<uint16_t>(v >> 16));
-    }
-    int64_t records_ = 0;
-};
+using MetafileWriter = kivutest::WmfBuilder;
 
 // `cycles` repetitions of: pen, brush, select both, fill mode, a polygon of
 // 8 points, a polyline of 6, a poly-polygon of 2 x 5, a hatched brush
@@ -85,14 +62,14 @@ const MetafileWriter& large() {
 
 void WmfReadSpecs(benchmark::State& state) {
     const auto& w = large();
-    TImageWMF img(TBuffer::create(std::span<const uint8_t>(w.bytes)));
+    TImageWMF img(TBuffer::create(std::span<const uint8_t>(w.bytes())));
     for (auto _ : state) {
         img.readSpecs();
         benchmark::DoNotOptimize(img.width());
     }
     state.counters["records/s"] = benchmark::Counter(static_cast<double>(w.records()) * state.iterations(),
                                                     benchmark::Counter::kIsRate);
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(w.bytes.size()));
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(w.bytes().size()));
 }
 BENCHMARK(WmfReadSpecs)->Unit(benchmark::kMillisecond);
 
@@ -102,7 +79,7 @@ void WmfEmit(benchmark::State& state) {
     int64_t out = 0;
     for (auto _ : state) {
         // A fresh image each time: a second emission would grow the GDI table.
-        TImageWMF img(TBuffer::create(std::span<const uint8_t>(w.bytes)));
+        TImageWMF img(TBuffer::create(std::span<const uint8_t>(w.bytes())));
         img.readSpecs();
         TObjects objects;
         img.addObjectSpecs(&objects, "Im1", nullptr, space, space == csAuto ? ciNo : ciTransform);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/builders.h"
-#include "tests/img/image_test_util.h"
 
 #include <filesystem>
 #include <string>
@@ -18,7 +17,7 @@ using namespace kivu;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using kivutest::Bytes;
 
 using kivutest::bmp;
 
@@ -30,11 +29,7 @@ Bytes pixels(const TImageBMP& img) {
     return Bytes(s.begin(), s.end());
 }
 
-std::string head(TBaseObject* o) {
-    const std::string t = o->toPDF()->to_string();
-    const size_t at = t.find("stream\n");
-    return at == std::string::npos ? t : t.substr(0, at + 7);
-}
+std::string head(TBaseObject* o) { return kivutest::objectHead(o); }
 
 }  // namespace
 

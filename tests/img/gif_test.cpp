@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "tests/img/image_test_util.h"
+#include "tests/builders.h"
 
 #include <filesystem>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -19,153 +18,11 @@ using namespace kivu;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using kivutest::Bytes;
 
-// Writes codes least significant bit first, at the width that the decoder
-// will read them with: the decoder adds a table entry for every code but the
-// first behind a clear code, and widens its codes when the table reaches a
-// power of two.
-class CodeWriter {
-public:
-    explicit CodeWriter(int minCodeSize) : min_(minCodeSize), clear_(1 << minCodeSize) { reset(); }
-    int clear() const { return clear_; }
-    int end() const { return clear_ + 1; }
-    int size() const { return size_; }
-    int next() const { return next_; }
-
-    void put(int code) {
-        for (int j = 0; j < size_; ++j, ++bit_) {
-            if (bit_ % 8 == 0) bytes_.push_back(0);
-            if ((code >> j) & 1) bytes_.back() |= static_cast<uint8_t>(1 << (bit_ % 8));
-        }
-        if (code == clear_) {
-            reset();
-            return;
-        }
-        if (code == end()) return;
-        if (first_) {
-            first_ = false;
-            return;
-        }
-        if (next_ < 4096) {
-            ++next_;
-            if (next_ >= limit_ && limit_ < 4096) {
-                limit_ *= 2;
-                ++size_;
-            }
-        }
-    }
-    // The stream as the image data wants it: code size, sub-blocks, terminator.
-    Bytes stream(int blockSize = 255) const {
-        Bytes out{static_cast<uint8_t>(min_)};
-        for (size_t at = 0; at < bytes_.size(); at += blockSize) {
-            const size_t n = std::min<size_t>(blockSize, bytes_.size() - at);
-            out.push_back(static_cast<uint8_t>(n));
-            out.insert(out.end(), bytes_.begin() + at, bytes_.begin() + at + n);
-        }
-        out.push_back(0);
-        return out;
-    }
-
-private:
-    void reset() {
-        size_ = min_ + 1;
-        next_ = clear_ + 2;
-        limit_ = 2 * clear_;
-        first_ = true;
-    }
-    int min_, clear_, size_ = 0, next_ = 0, limit_ = 0;
-    bool first_ = true;
-    int64_t bit_ = 0;
-    Bytes bytes_;
-};
-
-// A plain LZW encoder: clear first, a new clear when the table is full.
-Bytes lzw(const Bytes& pixels, int minCodeSize, int blockSize = 255) {
-    CodeWriter out(minCodeSize);
-    out.put(out.clear());
-    std::map<std::pair<int, int>, int> table;
-    int next = out.clear() + 2;
-    int w = -1;
-    for (uint8_t c : pixels) {
-        if (w < 0) {
-            w = c;
-            continue;
-        }
-        auto it = table.find({w, c});
-        if (it != table.end()) {
-            w = it->second;
-            continue;
-        }
-        out.put(w);
-        table[{w, c}] = next++;
-        if (next == 4095) {
-            out.put(out.clear());
-            table.clear();
-            next = out.clear() + 2;
-        }
-        w = c;
-    }
-    if (w >= 0) out.put(w);
-    out.put(out.end());
-    return out.stream(blockSize);
-}
-
-void le16(Bytes& b, int v) {
-    b.push_back(static_cast<uint8_t>(v));
-    b.push_back(static_cast<uint8_t>(v >> 8));
-}
-
-Bytes table(int entries, int salt = 0) {
-    Bytes t;
-    for (int i = 0; i < entries; ++i)
-        t.insert(t.end(), {static_cast<uint8_t>(i + salt), static_cast<uint8_t>(2 * i), static_cast<uint8_t>(255 - i)});
-    return t;
-}
-
-struct Gif {
-    Bytes bytes;
-    explicit Gif(int w, int h, int globalBits = 0, const char* version = "GIF89a") {
-        bytes.assign(version, version + 6);
-        le16(bytes, w);
-        le16(bytes, h);
-        bytes.push_back(globalBits ? static_cast<uint8_t>(0x80 | 0x70 | (globalBits - 1)) : 0);
-        bytes.push_back(0);
-        bytes.push_back(0);
-        if (globalBits) {
-            const Bytes t = table(1 << globalBits);
-            bytes.insert(bytes.end(), t.begin(), t.end());
-        }
-    }
-    Gif& control(bool transparent, uint8_t index) {
-        bytes.insert(bytes.end(), {0x21, 0xF9, 4, static_cast<uint8_t>(transparent ? 1 : 0), 10, 0, index, 0});
-        return *this;
-    }
-    Gif& comment(const std::string& text) {
-        bytes.insert(bytes.end(), {0x21, 0xFE, static_cast<uint8_t>(text.size())});
-        bytes.insert(bytes.end(), text.begin(), text.end());
-        bytes.push_back(0);
-        return *this;
-    }
-    Gif& frame(int w, int h, const Bytes& stream, int localBits = 0, bool interlaced = false, int salt = 100) {
-        bytes.push_back(0x2C);
-        le16(bytes, 1);
-        le16(bytes, 2);
-        le16(bytes, w);
-        le16(bytes, h);
-        bytes.push_back(static_cast<uint8_t>((localBits ? 0x80 | (localBits - 1) : 0) | (interlaced ? 0x40 : 0)));
-        if (localBits) {
-            const Bytes t = table(1 << localBits, salt);
-            bytes.insert(bytes.end(), t.begin(), t.end());
-        }
-        bytes.insert(bytes.end(), stream.begin(), stream.end());
-        return *this;
-    }
-    Gif& trailer() {
-        bytes.push_back(0x3B);
-        return *this;
-    }
-};
+using kivutest::Gif;
+using kivutest::lzw;
+using CodeWriter = kivutest::GifCodeWriter;
 
 std::unique_ptr<TImageGIF> read(const Bytes& bytes) { return kivutest::readImage<TImageGIF>(bytes); }
 std::string failure(const Bytes& bytes) { return kivutest::readFailure<TImageGIF>(bytes); }
@@ -191,17 +48,8 @@ std::string decodeFailure(const Bytes& stream) {
     return "(no failure)";
 }
 
-Bytes codes(int minCodeSize, std::initializer_list<int> list) {
-    CodeWriter w(minCodeSize);
-    for (int c : list) w.put(c);
-    return w.stream();
-}
-
-std::string head(TBaseObject* o) {
-    const std::string t = o->toPDF()->to_string();
-    const size_t at = t.find("stream\n");
-    return at == std::string::npos ? t : t.substr(0, at + 7);
-}
+Bytes codes(int minCodeSize, std::initializer_list<int> list) { return kivutest::gifCodes(minCodeSize, list); }
+std::string head(TBaseObject* o) { return kivutest::objectHead(o); }
 
 }  // namespace
 

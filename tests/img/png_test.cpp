@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/img/image_test_util.h"
+#include "tests/builders.h"
 #include <zlib.h>
 
 #include <cmath>
@@ -19,37 +19,15 @@ using namespace kivu;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using kivutest::Bytes;
 
-void be32(Bytes& out, uint32_t v) {
-    for (int s = 24; s >= 0; s -= 8) out.push_back(static_cast<uint8_t>(v >> s));
-}
-
-// One chunk with a valid CRC.
-void chunk(Bytes& out, const std::string& type, const Bytes& body) {
-    be32(out, static_cast<uint32_t>(body.size()));
-    Bytes crcd(type.begin(), type.end());
-    crcd.insert(crcd.end(), body.begin(), body.end());
-    out.insert(out.end(), crcd.begin(), crcd.end());
-    be32(out, static_cast<uint32_t>(crc32(0, crcd.data(), static_cast<uInt>(crcd.size()))));
-}
-
+using kivutest::be32;
+using kivutest::Png;
 Bytes ihdr(uint32_t w, uint32_t h, uint8_t depth, uint8_t type, uint8_t comp = 0, uint8_t filter = 0,
            uint8_t interlace = 0) {
-    Bytes b;
-    be32(b, w);
-    be32(b, h);
-    b.insert(b.end(), {depth, type, comp, filter, interlace});
-    return b;
+    return kivutest::pngHeader(w, h, depth, type, comp, filter, interlace);
 }
-
-Bytes deflate(const Bytes& raw) {
-    uLongf n = compressBound(static_cast<uLong>(raw.size()));
-    Bytes z(n);
-    compress2(z.data(), &n, raw.data(), static_cast<uLong>(raw.size()), 9);
-    z.resize(n);
-    return z;
-}
+Bytes deflate(const Bytes& raw) { return kivutest::zlibDeflate(raw); }
 
 Bytes inflate(std::span<const uint8_t> z) {
     Bytes out(1 << 20);
@@ -59,32 +37,14 @@ Bytes inflate(std::span<const uint8_t> z) {
     return out;
 }
 
-struct Png {
-    Bytes bytes{137, 80, 78, 71, 13, 10, 26, 10};
-    Png& add(const std::string& type, const Bytes& body) {
-        chunk(bytes, type, body);
-        return *this;
-    }
-    Png& end() { return add("IEND", {}); }
-};
-
-Png png(uint32_t w, uint32_t h, uint8_t depth, uint8_t type) {
-    Png p;
-    p.add("IHDR", ihdr(w, h, depth, type));
-    return p;
-}
+Png png(uint32_t w, uint32_t h, uint8_t depth, uint8_t type) { return Png(w, h, depth, type); }
 
 std::unique_ptr<TImagePNG> read(const Bytes& bytes) { return kivutest::readImage<TImagePNG>(bytes); }
 std::string failure(const Bytes& bytes) { return kivutest::readFailure<TImagePNG>(bytes); }
 
 std::string span2str(std::span<const uint8_t> s) { return std::string(s.begin(), s.end()); }
 
-// The object text up to and including "stream\n", and the stream itself.
-std::string head(TBaseObject* o) {
-    const std::string t = o->toPDF()->to_string();
-    const size_t at = t.find("stream\n");
-    return at == std::string::npos ? t : t.substr(0, at + 7);
-}
+std::string head(TBaseObject* o) { return kivutest::objectHead(o); }
 
 }  // namespace
 

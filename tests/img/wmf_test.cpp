@@ -14,95 +14,12 @@
 #include "kivuimg/commons/indirectobj.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/libmain.h"
+#include "tests/builders.h"
 
 namespace kivu {
 namespace {
 
-// Builds a metafile byte by byte: an optional placeable header, the 18-byte
-// standard header, then records of 16-bit words.
-class WmfBuilder {
-public:
-    explicit WmfBuilder(bool placeable = false) {
-        if (placeable) {
-            u32(TImageWMF::kPlaceableMark);
-            for (int i = 0; i < 18; ++i) bytes_.push_back(0);  // handle, bbox, inch, reserved, checksum
-        }
-        // type 1, header size 9 words, version 0x0300, then size, objects, max record: not read.
-        for (uint16_t w : {1, 9, 0x0300, 0, 0, 0, 0, 0, 0}) u16(w);
-    }
-
-    // A record with its size counted from the words given.
-    WmfBuilder& record(uint16_t function, std::initializer_list<uint16_t> words) {
-        return record(function, std::vector<uint16_t>(words));
-    }
-    WmfBuilder& record(uint16_t function, const std::vector<uint16_t>& words) {
-        u32(static_cast<uint32_t>(3 + words.size()));
-        u16(function);
-        for (uint16_t w : words) u16(w);
-        return *this;
-    }
-    // A record head that claims `words` words whatever follows it.
-    WmfBuilder& head(uint32_t words, uint16_t function) {
-        u32(words);
-        u16(function);
-        return *this;
-    }
-    WmfBuilder& raw(std::initializer_list<uint16_t> words) {
-        for (uint16_t w : words) u16(w);
-        return *this;
-    }
-
-    WmfBuilder& windowExt(int16_t x, int16_t y) { return record(TImageWMF::kSetWindowExt, {w(y), w(x)}); }
-    WmfBuilder& windowOrg(int16_t x, int16_t y) { return record(TImageWMF::kSetWindowOrg, {w(y), w(x)}); }
-    WmfBuilder& pen(uint16_t style, uint16_t width, uint8_t r, uint8_t g, uint8_t b) {
-        return record(TImageWMF::kCreatePenIndirect,
-                      {style, width, 0, static_cast<uint16_t>(r | g << 8), static_cast<uint16_t>(b)});
-    }
-    WmfBuilder& brush(uint16_t style, uint8_t r, uint8_t g, uint8_t b, uint16_t hatch = 0) {
-        return record(TImageWMF::kCreateBrushIndirect,
-                      {style, static_cast<uint16_t>(r | g << 8), static_cast<uint16_t>(b), hatch});
-    }
-    WmfBuilder& placeholder(uint16_t function) { return record(function, {0, 0}); }
-    WmfBuilder& select(int16_t index) { return record(TImageWMF::kSelectObject, {w(index)}); }
-    WmfBuilder& remove(int16_t index) { return record(TImageWMF::kDeleteObject, {w(index)}); }
-    WmfBuilder& fillMode(uint16_t mode) { return record(TImageWMF::kSetPolyFillMode, {mode}); }
-    WmfBuilder& poly(uint16_t function, std::initializer_list<std::pair<int16_t, int16_t>> points) {
-        std::vector<uint16_t> words{static_cast<uint16_t>(points.size())};
-        for (auto [x, y] : points) {
-            words.push_back(w(x));
-            words.push_back(w(y));
-        }
-        return record(function, words);
-    }
-    WmfBuilder& polygon(std::initializer_list<std::pair<int16_t, int16_t>> points) {
-        return poly(TImageWMF::kPolygon, points);
-    }
-    WmfBuilder& polyline(std::initializer_list<std::pair<int16_t, int16_t>> points) {
-        return poly(TImageWMF::kPolyline, points);
-    }
-    WmfBuilder& eof() { return record(TImageWMF::kEOF, {}); }
-
-    std::unique_ptr<TBuffer> buffer() const { return TBuffer::create(std::span<const uint8_t>(bytes_)); }
-    std::unique_ptr<TImageWMF> image() const {
-        auto img = std::make_unique<TImageWMF>(buffer());
-        img->readSpecs();
-        return img;
-    }
-    const std::vector<uint8_t>& bytes() const { return bytes_; }
-
-private:
-    static uint16_t w(int16_t v) { return static_cast<uint16_t>(v); }
-    void u16(uint16_t v) {
-        bytes_.push_back(static_cast<uint8_t>(v));
-        bytes_.push_back(static_cast<uint8_t>(v >> 8));
-    }
-    void u32(uint32_t v) {
-        u16(static_cast<uint16_t>(v));
-        u16(static_cast<uint16_t>(v >> 16));
-    }
-
-    std::vector<uint8_t> bytes_;
-};
+using kivutest::WmfBuilder;
 
 // Emits the image and answers its content stream.
 std::string emit(TImageWMF& img, ColorSpace space = csAuto, ConvertImages convert = ciNo) {
