@@ -101,6 +101,7 @@ public:
     ConvertImages convert() const { return convert_; }
     const std::string& name() const { return name_; }
 
+private:
     // Adds at the lowest index not in the table and answers that index.
     int32_t _addGDIObject(const SGDIObject& object);
     // Removes the entry; an index that isn't in the table is ignored.
@@ -113,8 +114,6 @@ public:
     static std::string _getOperation(bool nullBrush, bool nullPen, uint16_t polyFillMode);
     // An RGB colour from fractions, converted to `space` when the emission asks for it.
     std::unique_ptr<TSpace> _getColorSpace(float r, float g, float b) const;
-
-private:
     struct SRecord;
     // Calls `act` for each record up to META_EOF or the end of the file.
     template <typename Act>

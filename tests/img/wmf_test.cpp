@@ -59,61 +59,38 @@ TEST(WmfTest, RegistryCreatesAMetafileForTheWmfExtension) {
 
 // ---- first pass: size and window -------------------------------------------
 
-TEST(WmfTest, ExtentOf460IsTenMillimetres) {
-    auto img = WmfBuilder().windowExt(460, 920).eof().image();
-    EXPECT_EQ(img->width(), 37);  // "10.00mm": 10 x 2.8346457 x 1.333 = 37.79
-    EXPECT_EQ(img->height(), 75);
-    EXPECT_EQ(img->origWidth(), 460);
-    EXPECT_EQ(img->origHeight(), 920);
-}
-
-TEST(WmfTest, PlaceableAndStandardFilesGiveTheSameSize) {
-    auto plain = WmfBuilder(false).windowOrg(-5, 7).windowExt(1000, 500).eof().image();
-    auto placeable = WmfBuilder(true).windowOrg(-5, 7).windowExt(1000, 500).eof().image();
-    EXPECT_EQ(plain->width(), placeable->width());
-    EXPECT_EQ(plain->height(), placeable->height());
-    EXPECT_EQ(placeable->positionX(), -5);
-    EXPECT_EQ(placeable->positionY(), 7);
-    EXPECT_EQ(placeable->origWidth(), 1000);
-    EXPECT_EQ(placeable->origHeight(), 500);
-    EXPECT_GT(plain->width(), 0);
-}
-
-TEST(WmfTest, NegativeExtentsGiveAPositiveSize) {
-    auto img = WmfBuilder().windowExt(-460, -920).eof().image();
-    EXPECT_EQ(img->width(), 37);
-    EXPECT_EQ(img->height(), 75);
-    EXPECT_EQ(img->origWidth(), -460);
-    EXPECT_EQ(img->origHeight(), -920);
-}
-
-TEST(WmfTest, WindowRecordsAfterDrawingBeganAreIgnored) {
-    auto img = WmfBuilder()
-                   .windowExt(460, 460)
-                   .windowOrg(1, 2)
-                   .polygon({{0, 0}, {1, 1}, {2, 0}})
-                   .windowExt(4600, 4600)
-                   .windowOrg(100, 200)
-                   .eof()
-                   .image();
-    EXPECT_EQ(img->width(), 37);
-    EXPECT_EQ(img->origWidth(), 460);
-    EXPECT_EQ(img->positionX(), 1);
-    EXPECT_EQ(img->positionY(), 2);
-}
-
-TEST(WmfTest, SelectingAnObjectAlsoBeginsTheDrawing) {
-    auto img = WmfBuilder().windowExt(460, 460).select(0).windowExt(920, 920).eof().image();
-    EXPECT_EQ(img->origWidth(), 460);
-}
-
-TEST(WmfTest, ALaterWindowRecordBeforeDrawingOverwritesAnEarlierOne) {
-    auto img = WmfBuilder().windowExt(460, 460).windowOrg(1, 1).windowExt(920, 460).windowOrg(3, 4).eof().image();
-    EXPECT_EQ(img->origWidth(), 920);
-    EXPECT_EQ(img->width(), 75);
-    EXPECT_EQ(img->height(), 37);
-    EXPECT_EQ(img->positionX(), 3);
-    EXPECT_EQ(img->positionY(), 4);
+TEST(WmfTest, SizeAndWindowComeFromTheRecordsBeforeTheDrawing) {
+    struct Case {
+        const char* what;
+        WmfBuilder file;
+        int width, height, x, y, origWidth, origHeight;
+    };
+    const Case cases[] = {
+        // "10.00mm" for 460 units: 10 x 2.8346457 x 1.333 = 37.79.
+        {"extent", WmfBuilder().windowExt(460, 920).eof(), 37, 75, 0, 0, 460, 920},
+        {"negative extent", WmfBuilder().windowExt(-460, -920).eof(), 37, 75, 0, 0, -460, -920},
+        {"standard file", WmfBuilder(false).windowOrg(-5, 7).windowExt(1000, 500).eof(), 82, 41, -5, 7, 1000, 500},
+        {"placeable file", WmfBuilder(true).windowOrg(-5, 7).windowExt(1000, 500).eof(), 82, 41, -5, 7, 1000, 500},
+        {"later record before drawing",
+         WmfBuilder().windowExt(460, 460).windowOrg(1, 1).windowExt(920, 460).windowOrg(3, 4).eof(), 75, 37, 3, 4, 920,
+         460},
+        {"records after a drawing",
+         WmfBuilder().windowExt(460, 460).windowOrg(1, 2).polygon({{0, 0}, {1, 1}, {2, 0}}).windowExt(4600, 4600)
+             .windowOrg(100, 200).eof(),
+         37, 37, 1, 2, 460, 460},
+        {"records after a selection", WmfBuilder().windowExt(460, 460).select(0).windowExt(920, 920).eof(), 37, 37, 0,
+         0, 460, 460},
+        {"records behind the end", WmfBuilder().windowExt(460, 460).eof().windowExt(920, 920), 37, 37, 0, 0, 460, 460},
+    };
+    for (const Case& c : cases) {
+        auto img = c.file.image();
+        EXPECT_EQ(img->width(), c.width) << c.what;
+        EXPECT_EQ(img->height(), c.height) << c.what;
+        EXPECT_EQ(img->positionX(), c.x) << c.what;
+        EXPECT_EQ(img->positionY(), c.y) << c.what;
+        EXPECT_EQ(img->origWidth(), c.origWidth) << c.what;
+        EXPECT_EQ(img->origHeight(), c.origHeight) << c.what;
+    }
 }
 
 TEST(WmfTest, AFileWithoutRecordsHasNoSize) {
@@ -126,10 +103,8 @@ TEST(WmfTest, AFileWithoutRecordsHasNoSize) {
     EXPECT_EQ(emit(*tiny), "");
 }
 
-TEST(WmfTest, RecordsBehindEndOfFileAreNotRead) {
-    auto img = WmfBuilder().windowExt(460, 460).eof().windowExt(920, 920).polygon({{1, 1}}).image();
-    EXPECT_EQ(img->width(), 37);
-    EXPECT_EQ(emit(*img), "");
+TEST(WmfTest, RecordsBehindEndOfFileAreNotDrawn) {
+    EXPECT_EQ(emit(WmfBuilder().windowExt(460, 460).eof().polygon({{1, 1}})), "");
 }
 
 TEST(WmfTest, UnknownAndShortRecordsAreSkippedBySize) {
@@ -144,45 +119,29 @@ TEST(WmfTest, UnknownAndShortRecordsAreSkippedBySize) {
 
 // ---- GDI object table ------------------------------------------------------
 
-TEST(WmfTest, LowestFreeIndexIsTaken) {
-    auto img = WmfBuilder().eof().image();
-    SGDIObject o;
-    o.type = "D";
-    EXPECT_EQ(img->_addGDIObject(o), 0);
-    EXPECT_EQ(img->_addGDIObject(o), 1);
-    EXPECT_EQ(img->_addGDIObject(o), 2);
-    img->_delGDIObject(1);
-    EXPECT_EQ(img->gdiObjects().count(1), 0u);
-    EXPECT_EQ(img->_addGDIObject(o), 1);
-    img->_delGDIObject(2);
-    img->_delGDIObject(0);
-    EXPECT_EQ(img->_addGDIObject(o), 0);
-    EXPECT_EQ(img->_addGDIObject(o), 2);
-    EXPECT_EQ(img->_addGDIObject(o), 3);
-    img->_delGDIObject(99);  // not in the table: ignored
-    img->_delGDIObject(-1);
-    EXPECT_EQ(img->gdiObjects().size(), 4u);
-    for (int i : {0, 1, 2, 3}) img->_delGDIObject(i);
-    EXPECT_TRUE(img->gdiObjects().empty());
-    EXPECT_EQ(img->_addGDIObject(o), 0);
-}
-
-TEST(WmfTest, DeletedSlotIsReusedByTheNextObjectOfTheFile) {
-    // Pen red at 0, pen green at 1, pen blue at 2; 1 goes; the next pen (white)
-    // takes 1, so selecting 1 gives white.
+TEST(WmfTest, ANewObjectTakesTheLowestFreeSlot) {
+    // Pens red, green, blue at 0, 1, 2; 2 and 0 go (and 9, 1 not in the
+    // table, is ignored); white takes 0, grey takes 2, then black takes 3.
     auto img = WmfBuilder()
                    .pen(0, 20, 255, 0, 0)
                    .pen(0, 20, 0, 255, 0)
                    .pen(0, 20, 0, 0, 255)
-                   .remove(1)
+                   .remove(2)
+                   .remove(0)
+                   .remove(9)
+                   .remove(-1)
                    .pen(0, 20, 255, 255, 255)
-                   .select(1)
+                   .pen(0, 20, 128, 128, 128)
+                   .pen(0, 20, 0, 0, 0)
+                   .select(0)
+                   .select(2)
+                   .select(3)
                    .eof()
                    .image();
-    EXPECT_EQ(emit(*img), "1.000 1.000 1.000 RG\n1.000 w\n");
-    ASSERT_EQ(img->gdiObjects().size(), 3u);
-    EXPECT_EQ(img->gdiObjects().at(1).red, 255);
-    EXPECT_EQ(img->gdiObjects().at(1).blue, 255);
+    EXPECT_EQ(emit(*img), "1.000 1.000 1.000 RG\n1.000 w\n0.502 0.502 0.502 RG\n1.000 w\n"
+                          "0.000 0.000 0.000 RG\n1.000 w\n");
+    ASSERT_EQ(img->gdiObjects().size(), 4u);
+    EXPECT_EQ(img->gdiObjects().at(1).green, 255);
 }
 
 TEST(WmfTest, PenAndBrushRecordsFillTheirFields) {
@@ -304,18 +263,9 @@ TEST(WmfTest, EvenOddFillMode) {
               "0 0 m\nb*\n0 0 m\nb\n");
     // Even-odd leaves "s" and "n" alone.
     EXPECT_EQ(emit(WmfBuilder().brush(1, 0, 0, 0).select(0).fillMode(1).polygon({{0, 0}}).eof()), "0 0 m\ns\n");
-}
-
-TEST(WmfTest, PaintingOperatorTable) {
-    EXPECT_EQ(TImageWMF::_getOperation(false, false, 0), "b");
-    EXPECT_EQ(TImageWMF::_getOperation(true, false, 0), "s");
-    EXPECT_EQ(TImageWMF::_getOperation(false, true, 0), "f");
-    EXPECT_EQ(TImageWMF::_getOperation(true, true, 0), "n");
-    EXPECT_EQ(TImageWMF::_getOperation(false, false, 1), "b*");
-    EXPECT_EQ(TImageWMF::_getOperation(true, false, 1), "s");
-    EXPECT_EQ(TImageWMF::_getOperation(false, true, 1), "f*");
-    EXPECT_EQ(TImageWMF::_getOperation(true, true, 1), "n");
-    EXPECT_EQ(TImageWMF::_getOperation(false, false, 2), "b");
+    EXPECT_EQ(emit(WmfBuilder().brush(1, 0, 0, 0).pen(5, 0, 0, 0, 0).select(0).select(1).fillMode(1).polygon({{0, 0}})
+                       .eof()),
+              "0 0 m\nn\n");
 }
 
 TEST(WmfTest, PenWidthAndColour) {
@@ -362,21 +312,18 @@ TEST(WmfTest, ColoursConvertToTheDocumentSpace) {
     // Strokes upper-cased.
     EXPECT_EQ(emit(b, csCMYK, ciTransform), "0.000 1.000 1.000 0.000 K\n1.000 w\n0.000 1.000 1.000 0.000 k\n");
     EXPECT_EQ(emit(b, csGray, ciTransform), "0.333 G\n1.000 w\n0.333 g\n");
+    // Black is all four inks; the emission keeps its name, space and mode.
+    auto black = WmfBuilder().brush(0, 0, 0, 0).select(0).eof().image();
+    TObjects objects;
+    black->addObjectSpecs(&objects, "pic", nullptr, csCMYK, ciTransform);
+    EXPECT_EQ(black->data()->to_string(), "1.000 1.000 1.000 1.000 k\n");
+    EXPECT_EQ(black->name(), "pic");
+    EXPECT_EQ(black->space(), csCMYK);
+    EXPECT_EQ(black->convert(), ciTransform);
     // Without conversion, and for RGB, the colour stays RGB.
     EXPECT_EQ(emit(b, csCMYK, ciNo), "1.000 0.000 0.000 RG\n1.000 w\n1.000 0.000 0.000 rg\n");
     EXPECT_EQ(emit(b, csRGB, ciTransform), "1.000 0.000 0.000 RG\n1.000 w\n1.000 0.000 0.000 rg\n");
     EXPECT_EQ(emit(b, csAuto, ciTransform), "1.000 0.000 0.000 RG\n1.000 w\n1.000 0.000 0.000 rg\n");
-}
-
-TEST(WmfTest, ColourSpaceOfAnEmission) {
-    auto img = WmfBuilder().eof().image();
-    TObjects objects;
-    img->addObjectSpecs(&objects, "pic", nullptr, csCMYK, ciTransform);
-    EXPECT_EQ(img->name(), "pic");
-    EXPECT_EQ(img->space(), csCMYK);
-    EXPECT_EQ(img->convert(), ciTransform);
-    EXPECT_EQ(img->_getColorSpace(0, 0, 0)->toPDF(), "1.000 1.000 1.000 1.000 k");
-    EXPECT_EQ(img->_getColorSpace(1, 1, 1)->toPDF(), "0.000 0.000 0.000 0.000 k");
 }
 
 TEST(WmfTest, PolyPolygonIsOnePathWithOneOperator) {
