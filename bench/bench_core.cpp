@@ -73,9 +73,10 @@ BENCHMARK(Compress);
 
 void Uncompress(benchmark::State& state) {
     const auto data = payload(1 << 20);
-    const auto z = TMemory::_comp(data, -1);
+    TMemory z{std::span<const uint8_t>(data)};
+    z.comp();
     for (auto _ : state) {
-        TMemory m{std::span<const uint8_t>(z)};
+        TMemory m{z.bytes()};
         m.uncomp();
         benchmark::DoNotOptimize(m.ptr());
     }

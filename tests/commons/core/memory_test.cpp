@@ -149,9 +149,11 @@ TEST(Outside, NoCapacityAndNoReallocation) {
     EXPECT_THROW(none.addChars("x"), KivuException);
     // Expanding or loading more than the capacity raises instead of taking
     // memory of its own.
-    const std::vector<uint8_t> z = TMemory::_comp(std::vector<uint8_t>(1000, 7), -1);
+    const std::vector<uint8_t> sevens(1000, 7);
+    TMemory z{std::span<const uint8_t>(sevens)};
+    ASSERT_TRUE(z.comp());
     ASSERT_LT(z.size(), sizeof area);
-    std::memcpy(area, z.data(), z.size());
+    std::memcpy(area, z.ptr(), z.size());
     TOutside packed(area, z.size());
     EXPECT_THROW(packed.uncomp(), KivuException);
     const std::string path = ::testing::TempDir() + "kivu_outside_test.bin";
