@@ -81,6 +81,8 @@ for h in headers:
     api.update(re.findall(r"extern KIVU_API [^;\n]*?(\w+);", text))
 for internal in ("img/svg/element.h", "commons/content.h", "commons/core/cstr.h", "commons/core/regex.h"):
     assert "include/kivuimg/" + internal not in rel, internal
+for internal in ("TImagePNG", "TImageSVG", "TImageWMF", "TSvgElement", "TContent", "KivuException", "regSplit"):
+    assert internal not in api, internal
 
 # Exported symbols: C entry functions and kivu:: names marked KIVU_API.
 lines = sh(["nm", "-D", "--defined-only", os.path.join(libdir, "libkivuimg.so")]).splitlines()
