@@ -1,8 +1,10 @@
 # Every target installs what is missing first, so a fresh machine needs nothing else.
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
+PREFIX ?= /usr/local
+DESTDIR ?=
 
-.PHONY: all setup build build-asan test demo bench fuzz fuzz-run clean
+.PHONY: all setup build build-asan test demo bench fuzz fuzz-run clean install uninstall
 
 all: build
 
@@ -41,6 +43,15 @@ fuzz: setup
 # time, from its starting corpus and dictionary: see scripts/fuzz_run.sh.
 fuzz-run: fuzz
 	@bash scripts/fuzz_run.sh
+
+# Installs the normal build under $(DESTDIR)$(PREFIX); build/install_manifest.txt
+# lists every file written, and uninstall (with the same DESTDIR) removes
+# exactly those.
+install: build
+	@DESTDIR="$(DESTDIR)" cmake --install build --prefix "$(PREFIX)"
+
+uninstall:
+	@DESTDIR="$(DESTDIR)" bash scripts/uninstall.sh build/install_manifest.txt
 
 clean:
 	rm -rf build build-asan build-fuzz out

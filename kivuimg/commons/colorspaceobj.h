@@ -1,11 +1,12 @@
 // PDF arrays that define colour spaces.
 #pragma once
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/objects.h"
 
 namespace kivu {
 
-class TColorSpaceObject : public TBaseObject {
+class KIVU_API TColorSpaceObject : public TBaseObject {
 public:
     TColorSpaceObject(uint64_t num, const std::string& comment) : TBaseObject(num, comment) {}
     std::string hash() const override { return hashOf("ColorSpaceObj;"); }

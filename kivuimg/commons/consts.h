@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
 enum ColorSpace : int32_t { csAuto = 0, csRGB = 1, csCMYK = 2, csGray = 3, csSpot = 4, csNone = 5 };
@@ -51,69 +53,69 @@ enum BreakMode : int32_t { bmCanNot = 0, bmReset = 1, bmRevert = 2 };
 enum Placement : int32_t { plOnly = 0, plFirst = 1, plMiddle = 2, plLast = 3 };
 
 // "RGB", "CMYK", "GRAY", "SPOT"; any other value "RGB".
-std::string colorSpace2Str(ColorSpace v);
+KIVU_API std::string colorSpace2Str(ColorSpace v);
 // "rgb", "rgba", "rgbdevice"; "cmyk", "cmyka", "devicecmyk"; "gray",
 // "grayscale", "devicegray"; "spot", "spotdevice".  Others give csAuto.
-ColorSpace str2ColorSpace(const std::string& s);
-std::vector<std::string> colorSpace2Arr();
+KIVU_API ColorSpace str2ColorSpace(const std::string& s);
+KIVU_API std::vector<std::string> colorSpace2Arr();
 // The PDF device space: "DeviceCMYK" (also for spot), "DeviceGray", "DeviceRGB".
-std::string colorSpace2Device(ColorSpace v);
+KIVU_API std::string colorSpace2Device(ColorSpace v);
 
-std::string decoration2Str(Decoration v);
-Decoration str2Decoration(const std::string& s);
-std::vector<std::string> decoration2Arr();
+KIVU_API std::string decoration2Str(Decoration v);
+KIVU_API Decoration str2Decoration(const std::string& s);
+KIVU_API std::vector<std::string> decoration2Arr();
 
-std::string textTransform2Str(TextTransform v);
-TextTransform str2TextTransform(const std::string& s);
-std::vector<std::string> textTransform2Arr();
+KIVU_API std::string textTransform2Str(TextTransform v);
+KIVU_API TextTransform str2TextTransform(const std::string& s);
+KIVU_API std::vector<std::string> textTransform2Arr();
 
-std::string backgroundRepeat2Str(BackgroundRepeat v);
-BackgroundRepeat str2BackgroundRepeat(const std::string& s);
-std::vector<std::string> backgroundRepeat2Arr();
+KIVU_API std::string backgroundRepeat2Str(BackgroundRepeat v);
+KIVU_API BackgroundRepeat str2BackgroundRepeat(const std::string& s);
+KIVU_API std::vector<std::string> backgroundRepeat2Arr();
 
 // str2BackgroundPosition also knows "left"/"top", "middle", "right"/"bottom".
-std::string backgroundPosition2Str(BackgroundPosition v);
-BackgroundPosition str2BackgroundPosition(const std::string& s);
-std::vector<std::string> backgroundPosition2Arr();
+KIVU_API std::string backgroundPosition2Str(BackgroundPosition v);
+KIVU_API BackgroundPosition str2BackgroundPosition(const std::string& s);
+KIVU_API std::vector<std::string> backgroundPosition2Arr();
 
-std::string convertImagesStr(ConvertImages v);
-ConvertImages str2ConvertImages(const std::string& s);
-std::vector<std::string> convertImages2Arr();
+KIVU_API std::string convertImagesStr(ConvertImages v);
+KIVU_API ConvertImages str2ConvertImages(const std::string& s);
+KIVU_API std::vector<std::string> convertImages2Arr();
 
-std::string fontSubset2Str(FontSubset v);
-FontSubset str2FontSubset(const std::string& s);
-std::vector<std::string> fontSubset2Arr();
+KIVU_API std::string fontSubset2Str(FontSubset v);
+KIVU_API FontSubset str2FontSubset(const std::string& s);
+KIVU_API std::vector<std::string> fontSubset2Arr();
 
-std::string weight2Str(Weight v);
-Weight str2Weight(const std::string& s);
-std::vector<std::string> weight2Arr();
+KIVU_API std::string weight2Str(Weight v);
+KIVU_API Weight str2Weight(const std::string& s);
+KIVU_API std::vector<std::string> weight2Arr();
 
-std::string style2Str(Style v);
-Style str2Style(const std::string& s);
-std::vector<std::string> style2Arr();
+KIVU_API std::string style2Str(Style v);
+KIVU_API Style str2Style(const std::string& s);
+KIVU_API std::vector<std::string> style2Arr();
 
-std::string fontVariant2Str(FontVariant v);
-FontVariant str2FontVariant(const std::string& s);
-std::vector<std::string> fontVariant2Arr();
+KIVU_API std::string fontVariant2Str(FontVariant v);
+KIVU_API FontVariant str2FontVariant(const std::string& s);
+KIVU_API std::vector<std::string> fontVariant2Arr();
 
 // "yes"/"true" give clipYes, "no"/"false" clipNo.
-std::string clipping2Str(Clipping v);
-Clipping str2Clipping(const std::string& s);
-std::vector<std::string> clipping2Arr();
+KIVU_API std::string clipping2Str(Clipping v);
+KIVU_API Clipping str2Clipping(const std::string& s);
+KIVU_API std::vector<std::string> clipping2Arr();
 
-std::string pageRepeat2Str(PageRepeat v);
-PageRepeat str2PageRepeat(const std::string& s);
-std::vector<std::string> pageRepeat2Arr();
+KIVU_API std::string pageRepeat2Str(PageRepeat v);
+KIVU_API PageRepeat str2PageRepeat(const std::string& s);
+KIVU_API std::vector<std::string> pageRepeat2Arr();
 
-std::string quoteCopy2Str(QuoteCopy v);
-QuoteCopy str2QuoteCopy(const std::string& s);
-std::vector<std::string> quoteCopy2Arr();
+KIVU_API std::string quoteCopy2Str(QuoteCopy v);
+KIVU_API QuoteCopy str2QuoteCopy(const std::string& s);
+KIVU_API std::vector<std::string> quoteCopy2Arr();
 
-std::string breakMode2Str(BreakMode v);
-BreakMode str2BreakMode(const std::string& s);
-std::vector<std::string> breakMode2Arr();
+KIVU_API std::string breakMode2Str(BreakMode v);
+KIVU_API BreakMode str2BreakMode(const std::string& s);
+KIVU_API std::vector<std::string> breakMode2Arr();
 
-bool isFirstPlace(Placement p);
-bool isLastPlace(Placement p);
+KIVU_API bool isFirstPlace(Placement p);
+KIVU_API bool isLastPlace(Placement p);
 
 }  // namespace kivu

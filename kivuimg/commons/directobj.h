@@ -1,11 +1,12 @@
 // Objects whose body the caller has already rendered.
 #pragma once
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/objects.h"
 
 namespace kivu {
 
-class TDirectObject : public TBaseObject {
+class KIVU_API TDirectObject : public TBaseObject {
 public:
     TDirectObject(uint64_t num, const std::string& comment, const std::string& text = "")
         : TBaseObject(num, comment), text_(text) {}

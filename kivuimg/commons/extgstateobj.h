@@ -1,11 +1,12 @@
 // Extended graphics states, shared by content through TObjects::addCustom.
 #pragma once
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/indirectobj.h"
 
 namespace kivu {
 
-class TExtGStateObject : public TIndirectObject {
+class KIVU_API TExtGStateObject : public TIndirectObject {
 public:
     TExtGStateObject(uint64_t num, const std::string& comment);
     std::string hash() const override { return hashOf("ExtGStateObj;"); }

@@ -2,11 +2,12 @@
 // palettes, shadings.
 #pragma once
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/objects.h"
 
 namespace kivu {
 
-class TIndirectObject : public TBaseObject {
+class KIVU_API TIndirectObject : public TBaseObject {
 public:
     TIndirectObject(uint64_t num, const std::string& comment) : TBaseObject(num, comment) {}
     std::string hash() const override { return hashOf("IndirectObj;"); }

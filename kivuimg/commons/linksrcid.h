@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <string>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
-struct SLinkSrcId {
+struct KIVU_API SLinkSrcId {
     uint64_t id = 0;
     std::string src;
     bool operator==(const SLinkSrcId&) const = default;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/core/memory.h"
 
 namespace kivu {
@@ -20,14 +21,14 @@ class TIndirectObject;
 enum class ObjectType : int32_t { extGState = 1, colorSpace = 2 };
 
 // Where TBaseObject::writePDF sends an object's text, piece by piece, in order.
-class TObjectSink {
+class KIVU_API TObjectSink {
 public:
     virtual ~TObjectSink() = default;
     virtual void write(std::span<const uint8_t> bytes) = 0;
 };
 
 // A sink that appends every piece to a block.
-class TMemorySink : public TObjectSink {
+class KIVU_API TMemorySink : public TObjectSink {
 public:
     explicit TMemorySink(TMemory& out) : out_(out) {}
     void write(std::span<const uint8_t> bytes) override { out_ += bytes; }
@@ -37,14 +38,14 @@ private:
 };
 
 // One dictionary entry.  `value` may hold the control words "&nobr;" and "&br;".
-struct SArgs {
+struct KIVU_API SArgs {
     std::string name;
     std::string value;
     std::string rawValue;
     bool operator==(const SArgs&) const = default;
 };
 
-class TBaseObject {
+class KIVU_API TBaseObject {
 public:
     TBaseObject(uint64_t num, const std::string& comment);
     virtual ~TBaseObject() = default;
@@ -101,7 +102,7 @@ protected:
     std::string filter_;
 };
 
-class TObjects {
+class KIVU_API TObjects {
 public:
     TObjects() = default;
     virtual ~TObjects();

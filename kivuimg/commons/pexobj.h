@@ -1,11 +1,12 @@
 // Objects whose body is assembled in a block.
 #pragma once
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/objects.h"
 
 namespace kivu {
 
-class TPEXObject : public TBaseObject {
+class KIVU_API TPEXObject : public TBaseObject {
 public:
     TPEXObject(uint64_t num, const std::string& comment);
     std::string hash() const override { return hashOf("PEXObj;"); }

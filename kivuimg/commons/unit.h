@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
 enum Unit : int32_t {
@@ -26,11 +28,11 @@ enum Unit : int32_t {
 // The unit a measure text names.  The text is lower-cased and tested in a
 // fixed order; a unit word counts only where it stands after index 0, so a
 // word alone is no unit.
-Unit unit(const std::string& text);
+KIVU_API Unit unit(const std::string& text);
 // The spelling of a unit; "" for uNone and for values outside the enumeration.
-std::string sUnit(Unit u);
+KIVU_API std::string sUnit(Unit u);
 
-struct SUnit {
+struct KIVU_API SUnit {
     std::string text;
 
     SUnit() = default;

@@ -12,6 +12,7 @@
 
 #include "kivuimg/commons/consts.h"
 #include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/core/reader.h"
 #include "kivuimg/commons/linksrcid.h"
 #include "kivuimg/img/rawfont.h"
@@ -23,13 +24,13 @@ class TIndirectObject;
 struct SGradient;
 
 // Images whose pixel count exceeds this limit are refused by every format.
-uint64_t maxImagePixels();
-void maxImagePixels(uint64_t limit);
+KIVU_API uint64_t maxImagePixels();
+KIVU_API void maxImagePixels(uint64_t limit);
 // Raises "Image of %u x %u pixels exceeds the limit of %llu pixels" when
 // width x height is above the limit.
 void checkPixelCount(uint64_t width, uint64_t height);
 
-class TImageFormat : public TReader {
+class KIVU_API TImageFormat : public TReader {
 public:
     explicit TImageFormat(std::unique_ptr<TBuffer> buffer);
     ~TImageFormat() override;

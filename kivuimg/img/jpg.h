@@ -2,11 +2,12 @@
 // header is read, for size, components and colour space.
 #pragma once
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/img/imgformat.h"
 
 namespace kivu {
 
-class TImageJPG : public TImageFormat {
+class KIVU_API TImageJPG : public TImageFormat {
 public:
     using TImageFormat::TImageFormat;
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/img/imgformat.h"
 
 namespace kivu {
@@ -15,7 +16,7 @@ class TImageJPG;
 class TSettings;
 
 // The registry: every loaded image by its registered name.
-extern std::map<std::string, std::unique_ptr<TImageFormat>> g_imageList;
+extern KIVU_API std::map<std::string, std::unique_ptr<TImageFormat>> g_imageList;
 
 // The three fallback names; all show the same built-in picture.
 inline constexpr const char* kNotFoundImage = "not-found.jpg";
@@ -24,19 +25,19 @@ inline constexpr const char* kExceptionImage = "exception-image.jpg";
 
 // A buffer decoded from "id:...;data:image/png;base64,..." text (or plain
 // Base64); `ext` becomes the subtype when the text has that form.
-std::unique_ptr<TBuffer> fromSource(const TMemory& source, std::string& ext);
+KIVU_API std::unique_ptr<TBuffer> fromSource(const TMemory& source, std::string& ext);
 // The class for `ext` over the buffer, not yet read; may change `name` to a
 // fallback name.  Null never: unknown formats give the fallback picture.
-std::unique_ptr<TImageFormat> createImage(std::unique_ptr<TBuffer> buffer, const std::string& ext, std::string& name);
+KIVU_API std::unique_ptr<TImageFormat> createImage(std::unique_ptr<TBuffer> buffer, const std::string& ext, std::string& name);
 // The built-in fallback picture, not yet read.
-std::unique_ptr<TImageJPG> createUndefinedImage();
+KIVU_API std::unique_ptr<TImageJPG> createUndefinedImage();
 // The Base64 text of the fallback picture.
 const char* undefinedImageBase64();
 
 // Enters an image into the registry under `name`.  An image that held the
 // name before stays alive (unlisted) until the next reset: a host may still
 // use the pointer it was given.
-void registerImage(const std::string& name, std::unique_ptr<TImageFormat> image);
+KIVU_API void registerImage(const std::string& name, std::unique_ptr<TImageFormat> image);
 
 // Reads an image as libimg_loadImage does, but for the caller alone: no
 // registry.  `name` is a file name, url(...) or, with `source`, any name;
@@ -44,9 +45,9 @@ void registerImage(const std::string& name, std::unique_ptr<TImageFormat> image)
 // the image can't be read, with the fallback picture as the answer
 // ("exception-image.jpg" when reading failed).  Null, with `name` empty,
 // only when no class was made.  Raises nothing.
-std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuffer> source);
+KIVU_API std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuffer> source);
 // Loads (or finds) an image by name; C++ form of libimg_loadImage.
-std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
+KIVU_API std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
 
 }  // namespace kivu
 
@@ -54,16 +55,16 @@ extern "C" {
 // Loads an image and answers its registered name (or a fallback name; ""
 // when nothing was registered).  The library takes ownership of `source`,
 // which may be null.  The answer stays valid until the next reset.
-char* libimg_loadImage(const char* name, kivu::TBuffer* source);
+KIVU_API char* libimg_loadImage(const char* name, kivu::TBuffer* source);
 // The registered image, or null.
-kivu::TImageFormat* libimg_getImage(const char* name);
+KIVU_API kivu::TImageFormat* libimg_getImage(const char* name);
 // A new copy of a registered image that the caller owns (delete it), or null.
-kivu::TImageFormat* libimg_copyImage(const char* name);
-char* libimg_makeColorSpaceModification();
+KIVU_API kivu::TImageFormat* libimg_copyImage(const char* name);
+KIVU_API char* libimg_makeColorSpaceModification();
 // Starts the library with a package home and a log output (1 file, 2 stdout, 3 quiet).
-bool libimg_init(const char* home, unsigned int logOut);
+KIVU_API bool libimg_init(const char* home, unsigned int logOut);
 // Destroys all registered images; the settings and the log stay.
-void libimg_resetResources();
+KIVU_API void libimg_resetResources();
 // The same, and destroys the settings.
-void lib_uninit();
+KIVU_API void lib_uninit();
 }

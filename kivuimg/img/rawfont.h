@@ -5,9 +5,11 @@
 #include <functional>
 #include <string>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
-struct SRawFont {
+struct KIVU_API SRawFont {
     std::string family;
     std::string weight;
     std::string style;

@@ -6,13 +6,14 @@
 #include <string>
 #include <string_view>
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/core/memory.h"
 
 namespace kivu {
 
 class TReader;
 
-class TBuffer : public TMemory {
+class KIVU_API TBuffer : public TMemory {
 public:
     using TMemory::TMemory;
     ~TBuffer() override = default;

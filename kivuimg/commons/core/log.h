@@ -7,14 +7,16 @@
 #include <string>
 #include <unordered_set>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
 enum class LogOut : uint32_t { file = 1, stdOut = 2, quiet = 3 };
 
 // "stdout" gives stdOut, "quiet" quiet, anything else file (case-insensitive).
-LogOut str2LogOut(const std::string& s);
+KIVU_API LogOut str2LogOut(const std::string& s);
 
-class TLog {
+class KIVU_API TLog {
 public:
     TLog(const std::string& path, const std::string& name, LogOut out, bool info, bool warnings, bool startEnd,
          bool autoClear, bool parallel, const std::string& session = "", const std::string& extension = "");
@@ -58,22 +60,22 @@ private:
 
 // The library's log; owned by the settings, null until the library starts.
 // A message given to a null log is dropped.
-extern TLog* g_log;
+extern KIVU_API TLog* g_log;
 
 // Logging on a given log (null: nothing happens).
-void g_logInfo(TLog* log, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
-void g_logExclamation(TLog* log, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
-void g_logDocStart(TLog* log, const std::string& name);
-void g_logDocEnd(TLog* log, const std::string& name, unsigned count);
+KIVU_API void g_logInfo(TLog* log, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+KIVU_API void g_logExclamation(TLog* log, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+KIVU_API void g_logDocStart(TLog* log, const std::string& name);
+KIVU_API void g_logDocEnd(TLog* log, const std::string& name, unsigned count);
 
 // The same on g_log.
-void g_info(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
-void g_exclamation(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
-void g_docStart(const std::string& name);
-void g_docEnd(const std::string& name, unsigned count);
+KIVU_API void g_info(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
+KIVU_API void g_exclamation(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
+KIVU_API void g_docStart(const std::string& name);
+KIVU_API void g_docEnd(const std::string& name, unsigned count);
 
 // The one orderly stop: the text to standard error, then exit code 1.
 // Only for a broken package or configuration.
-[[noreturn]] void g_error(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
+[[noreturn]] KIVU_API void g_error(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace kivu

@@ -10,13 +10,15 @@
 #include <string_view>
 #include <vector>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
 // Asks the kernel to back a large, not yet touched block with huge pages:
 // image payloads of many megabytes then fault in 2 MiB at a time.
 void adviseLargeBlock(void* p, uint64_t n);
 
-class TMemory {
+class KIVU_API TMemory {
 public:
     // An empty block; `reserve` is the growth step when a write names no amount.
     TMemory(uint64_t reserve, uint64_t hint);

@@ -3,10 +3,11 @@
 #pragma once
 
 #include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/core/export.h"
 
 namespace kivu {
 
-class TOutside : public TBuffer {
+class KIVU_API TOutside : public TBuffer {
 public:
     TOutside(uint8_t* p, uint64_t n);
     // The other constructors exist only to refuse.

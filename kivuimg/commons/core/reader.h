@@ -11,11 +11,13 @@
 #include <type_traits>
 #include <vector>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
 class TBuffer;
 
-class TReader {
+class KIVU_API TReader {
 public:
     explicit TReader(TBuffer* owner);
     virtual ~TReader() = default;

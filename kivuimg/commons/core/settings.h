@@ -10,12 +10,13 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/core/log.h"
 
 namespace kivu {
 
 // One family of the font catalogue with its four styles.
-struct SFontItem {
+struct KIVU_API SFontItem {
     std::string family;
     std::string normal;
     std::string bold;
@@ -23,7 +24,7 @@ struct SFontItem {
     std::string boldItalic;
 };
 
-class TSettings {
+class KIVU_API TSettings {
 public:
     // An empty path takes the home from KIVU_HOME or the user profile.
     // A home without ".conf.json" ends the process through g_error.
@@ -95,7 +96,7 @@ private:
 };
 
 // The library's settings; null until the library starts.
-extern TSettings* g_settings;
+extern KIVU_API TSettings* g_settings;
 
 // Places a file named in a document: "res://" names resolve in the package's
 // resource folder of their class, "url(...)" names are fetched and saved

@@ -28,10 +28,11 @@
 #include <vector>
 
 #include "kivuimg/commons/consts.h"
+#include "kivuimg/commons/core/export.h"
 
 namespace kivu {
 
-class TSpace {
+class KIVU_API TSpace {
 public:
     virtual ~TSpace() = default;
 
@@ -60,7 +61,7 @@ protected:
     ColorSpace cs_;
 };
 
-class TRGBA : public TSpace {
+class KIVU_API TRGBA : public TSpace {
 public:
     // "#RGB", "#RRGGBB", "#RRGGBBAA", "rgb(...)", "rgba(...)" or a colour
     // name; "none" and "" leave every field NaN.  A bad hexadecimal digit is
@@ -90,7 +91,7 @@ private:
     float red_, green_, blue_, alpha_;
 };
 
-class TCMYK : public TSpace {
+class KIVU_API TCMYK : public TSpace {
 public:
     // "@CMYK", "@CCMMYYKK" or "cmyk(...)"; a bad digit in an "@" form throws.
     explicit TCMYK(const std::string& text);
@@ -118,7 +119,7 @@ private:
     float cyan_, magneta_, yellow_, key_, alpha_;
 };
 
-class TGray : public TSpace {
+class KIVU_API TGray : public TSpace {
 public:
     // "gray(...)" or a percentage ("50%"); any other text is gray 0.
     explicit TGray(const std::string& text);
@@ -143,7 +144,7 @@ private:
     float gray_, alpha_;
 };
 
-class TSpot : public TSpace {
+class KIVU_API TSpot : public TSpace {
 public:
     // The text is kept but not parsed: index 0, tint NaN.
     explicit TSpot(const std::string& text);
@@ -169,7 +170,7 @@ private:
     float tint_;
 };
 
-class TNone : public TSpace {
+class KIVU_API TNone : public TSpace {
 public:
     explicit TNone(const std::string& text);
     TNone(const TNone& other);
@@ -185,7 +186,7 @@ public:
     std::unique_ptr<TSpace> convert(ColorSpace target) const override;
 };
 
-struct SColor {
+struct KIVU_API SColor {
     // Never changed once made: sharing it between colours is safe.
     std::shared_ptr<const TSpace> space;
 
@@ -217,6 +218,6 @@ struct SColor {
 
 // The colour of a CSS colour name as 0xRRGGBB; -1 for an unknown name.
 // Matches exactly, lower case only.
-int32_t getColorByName(const std::string& name);
+KIVU_API int32_t getColorByName(const std::string& name);
 
 }  // namespace kivu

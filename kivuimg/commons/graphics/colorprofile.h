@@ -4,9 +4,11 @@
 #include <memory>
 #include <string>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
-struct SColorProfile {
+struct KIVU_API SColorProfile {
     std::string name;
     // The bytes of the ICC profile; shared, never changed, absent when not loaded.
     std::shared_ptr<const std::string> data;

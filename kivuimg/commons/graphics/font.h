@@ -6,9 +6,11 @@
 #include <functional>
 #include <string>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
-class SFont {
+class KIVU_API SFont {
 public:
     SFont() = default;
     static SFont create(int32_t fontKey, float size) {
@@ -31,7 +33,7 @@ private:
 };
 
 // A run of text in one font, as the text layout shares it.
-struct STextSequence {
+struct KIVU_API STextSequence {
     std::string text;
     SFont font;
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kivuimg/commons/consts.h"
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/graphics/color.h"
 
 namespace kivu {
@@ -19,7 +20,7 @@ namespace kivu {
 enum GradientType : int32_t { gtLinear = 0, gtRadial = 1 };
 
 // One stop.
-struct SGradColor {
+struct KIVU_API SGradColor {
     SColor color;  // with its alpha
     // 0 to 1 as read; unrolling a spread may take it outside that range.
     float offset = 0.0f;
@@ -29,7 +30,7 @@ struct SGradColor {
 };
 
 // A gradient definition as read from the image.
-struct SGradientInfo {
+struct KIVU_API SGradientInfo {
     std::string id;
     std::string gradientTransform;
     std::string gradientUnits;
@@ -49,7 +50,7 @@ struct SGradientInfo {
 };
 
 // One output record for the host.
-struct SGradient {
+struct KIVU_API SGradient {
     std::vector<SGradColor> colors;  // offsets normalised to 0..1
     // Axis start x, y, end x, y, then start and end radius (NaN when axial).
     std::array<float, 6> coords{std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN(),
@@ -69,7 +70,7 @@ struct SGradient {
     size_t toHash() const;
 };
 
-class TGradients {
+class KIVU_API TGradients {
 public:
     virtual ~TGradients() = default;
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/graphics/color.h"
 #include "kivuimg/commons/unit.h"
 
@@ -24,19 +25,19 @@ enum LineCapStyle : int32_t { lcButt = 0, lcRound = 1, lcSquare = 2 };
 enum LineJoinStyle : int32_t { ljMiter = 0, ljRound = 1, ljBevel = 2 };
 
 // The str2 functions read any case; unknown text gives value 0.
-LineStyle str2LineStyle(const std::string& s);
-std::string lineStyle2Str(LineStyle v);
-LineCapStyle str2LineCapStyle(const std::string& s);
-std::string lineCapStyle2Str(LineCapStyle v);
+KIVU_API LineStyle str2LineStyle(const std::string& s);
+KIVU_API std::string lineStyle2Str(LineStyle v);
+KIVU_API LineCapStyle str2LineCapStyle(const std::string& s);
+KIVU_API std::string lineCapStyle2Str(LineCapStyle v);
 // "0 J", "1 J", "2 J"; "" for other values.
-std::string lineCapStyle2PDF(LineCapStyle v);
-LineJoinStyle str2LineJoinStyle(const std::string& s);
-std::string lineJoinStyle2Str(LineJoinStyle v);
+KIVU_API std::string lineCapStyle2PDF(LineCapStyle v);
+KIVU_API LineJoinStyle str2LineJoinStyle(const std::string& s);
+KIVU_API std::string lineJoinStyle2Str(LineJoinStyle v);
 // " 0 j" (with the leading blank), "1 j", "2 j"; "" for other values.
-std::string lineJoinStyle2PDF(LineJoinStyle v);
+KIVU_API std::string lineJoinStyle2PDF(LineJoinStyle v);
 
 // An image placed along a line or in a box, with its position.
-struct SPositionableImage {
+struct KIVU_API SPositionableImage {
     std::string src;
     SUnit x;
     SUnit y;
@@ -45,7 +46,7 @@ struct SPositionableImage {
     size_t toHash() const;
 };
 
-struct SLine {
+struct KIVU_API SLine {
     SUnit width;
     LineStyle style = lsNone;
     SColor color;

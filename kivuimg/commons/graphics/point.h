@@ -3,11 +3,13 @@
 
 #include <limits>
 
+#include "kivuimg/commons/core/export.h"
+
 namespace kivu {
 
 struct SVector;
 
-struct SPoint {
+struct KIVU_API SPoint {
     float x = std::numeric_limits<float>::quiet_NaN();
     float y = std::numeric_limits<float>::quiet_NaN();
 
@@ -36,7 +38,7 @@ struct SPoint {
     bool operator==(const SPoint& other) const = default;
 };
 
-struct SVector {
+struct KIVU_API SVector {
     float x = std::numeric_limits<float>::quiet_NaN();
     float y = std::numeric_limits<float>::quiet_NaN();
 
@@ -58,7 +60,7 @@ struct SVector {
 };
 
 // One cubic segment; its start point is held by whoever holds the curve.
-struct SCurve {
+struct KIVU_API SCurve {
     SPoint control1;
     SPoint control2;
     SPoint end;

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/graphics/color.h"
 #include "kivuimg/commons/graphics/line.h"
 #include "kivuimg/commons/unit.h"
@@ -13,11 +14,11 @@ namespace kivu {
 
 enum CornerType : int32_t { ctSharp = 0, ctArc = 1 };
 
-CornerType str2CornerType(const std::string& s);
-std::string cornerType2Str(CornerType v);
+KIVU_API CornerType str2CornerType(const std::string& s);
+KIVU_API std::string cornerType2Str(CornerType v);
 
 // An image drawn in a corner, with its position.
-struct SCornerImage {
+struct KIVU_API SCornerImage {
     std::string src;
     SUnit x;
     SUnit y;
@@ -26,7 +27,7 @@ struct SCornerImage {
     size_t toHash() const;
 };
 
-struct SCorner {
+struct KIVU_API SCorner {
     CornerType type = ctSharp;
     SUnit radius;
     SLine line;
@@ -38,7 +39,7 @@ struct SCorner {
     bool hasLine() const;
 };
 
-struct SRectangle {
+struct KIVU_API SRectangle {
     SUnit measure;
     bool hasBackgroundImage = false;
     SColor background;

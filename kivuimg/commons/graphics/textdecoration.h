@@ -2,11 +2,12 @@
 #pragma once
 
 #include "kivuimg/commons/consts.h"
+#include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/graphics/line.h"
 
 namespace kivu {
 
-struct STextDecoration {
+struct KIVU_API STextDecoration {
     SLine line;
     Decoration decoration = decUnset;
 
