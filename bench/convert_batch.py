@@ -8,6 +8,8 @@ and `img2pdf`, and prints the median wall time of each, the CPU time of
 kivuimg and img2pdf (user + system: what a busy machine changes least), peak
 memory (maximum resident set size, from /usr/bin/time) and the ratios.  A batch of 200 files
 (hard links over a set) shows that peak memory does not grow with the batch.
+Last, each set's peak against its largest image, file plus decoded samples
+(MiB): above the peak of the process converting one small JPEG, and plain.
 
 usage: bench/convert_batch.py [--sets DIR] [--repeat R] [--only NAME,...]
                               [--big NAME,...] [--tool PATH]
@@ -126,6 +128,22 @@ def run_set(label, files, tool, env, work, repeat):
            fmt(t_i2p and t_i2p / t_kivu, "%.1f"), fmt(c_i2p and c_i2p / max(c_kivu, 0.01), "%.1f"),
            "%.0f" % m_kivu, fmt(m_i2p, "%.0f")]
     print("| " + " | ".join(row) + " |", flush=True)
+    return m_kivu
+
+
+def print_memory(base, sizes):
+    """Each set's peak against its largest image (file + decoded samples):
+    above the process's own baseline, and plain."""
+    print("Process baseline (one small JPEG): %.0f MB peak" % base)
+    print()
+    print("| set | largest file + decoded MB | kivuimg peak MB (batches) | (peak - baseline) / size | peak / size |")
+    print("|---|---|---|---|---|")
+    for name, f, d, peaks in sizes:
+        size = (f + d) / 2**20
+        top = max(peaks)
+        print("| %s | %.1f + %.1f = %.1f | %s | %.2f | %.2f |" % (
+            name, f / 2**20, d / 2**20, size, " / ".join("%.0f" % p for p in peaks), (top - base) / size,
+            top / size))
 
 
 def main():
@@ -148,23 +166,20 @@ def main():
         print("| set | files, MB | cat s | kivuimg s | kivuimg CPU s | img2pdf s | img2pdf CPU s | kivuimg / cat "
               "| img2pdf / kivuimg | same, CPU | kivuimg peak MB | img2pdf peak MB |")
         print("|---|---|---|---|---|---|---|---|---|---|---|---|")
+        base = measure([args.tool, "convert", os.path.join(HERE, "..", "tests", "data", "smooth-gray.jpg"),
+                        "-o", os.path.join(work, "out.pdf")], env, args.repeat)[2]
         sizes = []
         for name, count, w, h, mode, ext, decoded in SETS:
             if name not in only:
                 continue
             files = make_set(os.path.join(args.sets, name), name, count, w, h, mode, ext)
-            sizes.append((name,) + image_bytes(files, mode, w, h, decoded))
-            run_set("%s %dx%d" % (name, w, h), files, args.tool, env, work, args.repeat)
+            peaks = [run_set("%s %dx%d" % (name, w, h), files, args.tool, env, work, args.repeat)]
             if name in big:
                 many = big_batch(os.path.join(args.sets, name + "-big"), files)
-                run_set("%s %dx%d" % (name, w, h), many, args.tool, env, work, args.repeat)
+                peaks.append(run_set("%s %dx%d" % (name, w, h), many, args.tool, env, work, args.repeat))
+            sizes.append((name,) + image_bytes(files, mode, w, h, decoded) + (peaks,))
         print()
-        base = measure([args.tool, "convert", os.path.join(HERE, "..", "tests", "data", "smooth-gray.jpg"),
-                        "-o", os.path.join(work, "out.pdf")], env, 1)[2]
-        print("Process baseline (one small JPEG): %.0f MB peak" % base)
-        print("Largest image per set (file + decoded samples, MB):")
-        for name, f, d in sizes:
-            print("  %-9s %.1f + %.1f = %.1f" % (name, f / 1e6, d / 1e6, (f + d) / 1e6))
+        print_memory(base, sizes)
     finally:
         shutil.rmtree(work, True)
 

@@ -49,12 +49,17 @@ std::unique_ptr<TMemory> TIndirectObject::toPDF() {
 void TIndirectObject::streamHead(TMemory& out, const std::string& prefix) {
     if (filter_.empty()) {
         // Unfiltered streams are compressed here, once: the object keeps the result.
-        out.addFormat("%s /Length1 %llu\n", prefix.c_str(), static_cast<unsigned long long>(stream_.size()));
-        stream_ = TMemory::_comp(stream_, -1);
+        // The raw block is let go as soon as its stream is made: shared with
+        // an image that is gone, it is freed here.
+        const std::span<const uint8_t> raw = stream();
+        out.addFormat("%s /Length1 %llu\n", prefix.c_str(), static_cast<unsigned long long>(raw.size()));
+        auto z = std::make_shared<TMemory>(1024, 8192);
+        z->compFrom(raw, -1);
+        stream_ = std::move(z);
         filter_ = "FlateDecode";
-        out.addFormat("   /Length %llu\n", static_cast<unsigned long long>(stream_.size()));
+        out.addFormat("   /Length %llu\n", static_cast<unsigned long long>(stream_->size()));
     } else {
-        out.addFormat("%s /Length %llu\n", prefix.c_str(), static_cast<unsigned long long>(stream_.size()));
+        out.addFormat("%s /Length %llu\n", prefix.c_str(), static_cast<unsigned long long>(stream().size()));
     }
     out.addFormat("   /Filter /%s\n", filter_.c_str());
     out += ">>\n";
@@ -80,11 +85,12 @@ uint64_t TIndirectObject::writePDF(TObjectSink& sink) {
     }
     streamHead(head, prefix);
     sink.write(head.bytes());
-    sink.write(stream_);
+    const std::span<const uint8_t> data = stream();
+    sink.write(data);
     const std::string_view tail =
-        stream_.empty() || stream_.back() != '\n' ? "\nendstream\nendobj\n" : "endstream\nendobj\n";
+        data.empty() || data.back() != '\n' ? "\nendstream\nendobj\n" : "endstream\nendobj\n";
     sink.write(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(tail.data()), tail.size()));
-    return head.size() + stream_.size() + tail.size();
+    return head.size() + data.size() + tail.size();
 }
 
 }  // namespace kivu

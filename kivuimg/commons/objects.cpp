@@ -32,13 +32,12 @@ void TBaseObject::args(const std::vector<std::string>& list) {
 }
 
 void TBaseObject::setStream(const TMemory* data, const std::string& filter) {
+    if (data) shareStream(std::make_shared<const TMemory>(data->bytes()), filter);
+}
+
+void TBaseObject::shareStream(std::shared_ptr<const TMemory> data, const std::string& filter) {
     if (!data) return;
-    auto view = data->pointChunk(0, 0);
-    std::vector<uint8_t> copy;
-    copy.reserve(view.size());
-    adviseLargeBlock(copy.data(), view.size());
-    copy.assign(view.begin(), view.end());
-    stream_ = std::move(copy);
+    stream_ = std::move(data);
     hasStream_ = true;
     released_ = false;
     filter_ = filter;
@@ -51,7 +50,7 @@ uint64_t TBaseObject::writePDF(TObjectSink& sink) {
 }
 
 void TBaseObject::releaseStream() {
-    std::vector<uint8_t>().swap(stream_);
+    stream_.reset();
     if (hasStream_) released_ = true;
 }
 

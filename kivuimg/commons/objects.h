@@ -70,6 +70,10 @@ public:
     void args(std::initializer_list<std::string> list) { args(std::vector<std::string>(list)); }
     // A private copy of the bytes, with the filter name ("" = compress on output).
     virtual void setStream(const TMemory* data, const std::string& filter);
+    // The block itself, shared with its owner instead of copied: neither may
+    // change it from now on.  Null: nothing.  The owner may let its share go
+    // at once; the object frees the block when it releases or compresses it.
+    void shareStream(std::shared_ptr<const TMemory> data, const std::string& filter);
     virtual std::unique_ptr<TMemory> toPDF() = 0;
     // Sends the text that toPDF() gives to `sink`.  Kinds with a stream send
     // it from the object's own block, without building the whole text first.
@@ -82,7 +86,7 @@ public:
     // Sets an entry's value in one step.
     void set(const std::string& name, const std::string& value) { args(name).value = value; }
     const std::vector<SArgs>& entries() const { return args_; }
-    const std::vector<uint8_t>& stream() const { return stream_; }
+    std::span<const uint8_t> stream() const { return stream_ ? stream_->bytes() : std::span<const uint8_t>(); }
     const std::string& filter() const { return filter_; }
     bool hasStream() const { return hasStream_; }
     bool streamReleased() const { return released_; }
@@ -96,7 +100,9 @@ protected:
     uint64_t offset_ = 0;
     std::string comment_;
     std::vector<SArgs> args_;
-    std::vector<uint8_t> stream_;
+    // The stream's block: the object's own, or one it shares; never changed
+    // in place, so that copies of the object may share it too.
+    std::shared_ptr<const TMemory> stream_;
     bool hasStream_ = false;
     bool released_ = false;
     std::string filter_;

@@ -243,7 +243,7 @@ uint64_t TImageBMP::addObjectSpecs(TObjects* objects, const std::string&, std::v
         obj->args({"ColorSpace", "DeviceRGB"});
         obj->set("BitsPerComponent", "8");
     }
-    obj->setStream(dataBuf_.get(), "");
+    obj->shareStream(dataBuf_, "");
     return n;
 }
 

@@ -42,7 +42,7 @@ private:
     void _readColorTable(uint32_t offBits);
     void _unpackRows(std::span<const uint8_t> source, uint64_t rowBytes, uint64_t stride, bool topDown);
 
-    std::unique_ptr<TBuffer> dataBuf_;
+    std::shared_ptr<TBuffer> dataBuf_;
     std::unique_ptr<TBuffer> palette_;
     uint32_t compression_ = 0;
 };

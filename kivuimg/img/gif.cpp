@@ -160,9 +160,10 @@ int TLZWGif::_lzwCommand() {
 }
 
 std::unique_ptr<TBuffer> TLZWGif::decode(uint64_t limit) {
-    uint64_t reserve = 2 * size();
-    if (limit && reserve > limit) reserve = limit;
-    auto out = std::make_unique<TBuffer>(reserve + 1, 8192);
+    // A frame's pixels fill its whole block (a short stream is padded with
+    // zeros): it is taken at once, not grown step by step.
+    auto out = std::make_unique<TBuffer>(8192, 8192);
+    out->reserve(limit ? limit : 2 * size());
     for (;;) {
         if (limit && out->size() >= limit) return out;
         const int r = _lzwCommand();
@@ -326,7 +327,7 @@ uint64_t TImageGIF::addObjectSpecs(TObjects* objects, const std::string&, std::v
         const unsigned index = frame_->numTrans();
         obj->set("Mask", sformat("[%u %u ]", index, index));
     }
-    obj->setStream(frame_->data(), "");
+    obj->shareStream(frame_->sharedData(), "");
     return n;
 }
 

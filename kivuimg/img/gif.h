@@ -83,6 +83,8 @@ public:
     virtual bool localColor() const { return localColor_; }
     // One byte per pixel, rows in display order.
     virtual TBuffer* data() const { return dataBuf_.get(); }
+    // The same block, for an object that takes it as its stream.
+    const std::shared_ptr<TBuffer>& sharedData() const { return dataBuf_; }
     // The local colour table as RGB triples, built on the first call.
     virtual TBuffer* palette();
     virtual int width() const { return width_; }
@@ -122,7 +124,7 @@ private:
     int32_t tableSize_ = 0;
     std::vector<uint32_t> colors_;
     std::unique_ptr<TBuffer> palette_;
-    std::unique_ptr<TBuffer> dataBuf_;
+    std::shared_ptr<TBuffer> dataBuf_;
 };
 
 class TImageGIF : public TImageFormat {

@@ -86,7 +86,8 @@ protected:
         return copy;
     }
 
-    std::unique_ptr<TBuffer> buffer_;
+    // Shared with the objects that take the file as their stream (JPEG).
+    std::shared_ptr<TBuffer> buffer_;
     std::string src_;
     int32_t width_ = 0;
     int32_t height_ = 0;

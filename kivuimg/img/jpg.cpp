@@ -93,7 +93,7 @@ uint64_t TImageJPG::addObjectSpecs(TObjects* objects, const std::string&, std::v
         default: obj->args({"ColorSpace", "DeviceRGB"}); break;
     }
     obj->set("BitsPerComponent", sformat("%d", bitsPerComponent_));
-    obj->setStream(buffer_.get(), "DCTDecode");
+    obj->shareStream(buffer_, "DCTDecode");
     return obj->num();
 }
 

@@ -86,7 +86,10 @@ void TImagePNG::readSpecs() {
     _skip(4);
     checkRasterSize(w, h);
 
-    dataBuf_ = std::make_unique<TBuffer>(size(), 8192);
+    // The samples are gathered in one block as large as the rest of the file,
+    // cut to their size at the end: no block is grown and copied chunk by chunk.
+    dataBuf_ = std::make_shared<TBuffer>(65536, 8192);
+    dataBuf_->reserve(left());
     // Every round moves on or ends: a length that can't be read is 0, and a
     // chunk of length 0 ends the walk.
     for (;;) {
@@ -115,72 +118,71 @@ void TImagePNG::readSpecs() {
         if (n == 0) break;
     }
 
+    dataBuf_->fit();
     if (colorType_ >= 4) _splitAlpha();
     if (colorType_ == 3 && !palette_) throw KivuException("PNG: Missing palette");
 }
 
 // Inflates the samples, sends colour and alpha of each row to their own
-// buffer with the row's filter byte in front of both, and deflates the two.
+// block with the row's filter byte in front of both, and deflates the two.
 // PNG filters work byte against the same channel of the neighbouring pixel,
-// so the filter bytes stay valid for both halves.  Depth 8 is assumed.
+// so the filter bytes stay valid for both halves.  Depth 8 is assumed.  The
+// colour rows are packed in place at the front of the inflated samples (a
+// pixel's colour never lies behind where it is read from), so only the
+// alpha rows take a block of their own.
 void TImagePNG::_splitAlpha() {
     const uint64_t w = static_cast<uint64_t>(width_), h = static_cast<uint64_t>(height_);
     const uint64_t pixelBytes = colorType_ == 4 ? 2 : 4;
     const uint64_t colorBytes = pixelBytes - 1;
-    const uint64_t rowBytes = w * pixelBytes;
-    const uint64_t stride = rowBytes + 1;
+    const uint64_t stride = w * pixelBytes + 1;
     const uint64_t expected = h * stride;
 
-    // The header tells how much the samples inflate to; more is a bomb and raises.
-    // The compressed samples are freed as soon as they are inflated.
+    // The header tells how much the samples inflate to; more is a bomb and
+    // raises.  Room for one byte more lets a whole stream end without the
+    // block growing, unless deflate (at most 1032 to 1) can't fill that much:
+    // a short stream's block grows as it inflates.  The compressed samples
+    // are freed as soon as they are inflated.
     std::vector<uint8_t> raw;
-    if (expected > 0 && dataBuf_->size() > 0) raw = TMemory::_uncomp(dataBuf_->bytes(), 0, 15, expected);
+    const uint64_t given = dataBuf_->size();
+    const uint64_t room = std::min(expected + 1, given * 1032 + 64);
+    if (expected > 0 && given > 0) raw = TMemory::_uncomp(dataBuf_->bytes(), room, 15, expected);
     dataBuf_.reset();
-    const uint8_t* in = raw.data();
-    const uint64_t have = raw.size();
     // Rows past the end of the samples read as 0, within bounds.
-    if (have < expected) checkZeros("PNG", expected - have, have);
+    if (raw.size() < expected) {
+        checkZeros("PNG", expected - raw.size(), raw.size());
+        raw.resize(expected, 0);
+    }
 
-    std::vector<uint8_t> color(h * (w * colorBytes + 1));
     std::vector<uint8_t> alpha(h * (w + 1));
-    uint8_t* c = color.data();
+    uint8_t* c = raw.data();
     uint8_t* a = alpha.data();
     for (uint64_t row = 0; row < h; ++row) {
-        const uint64_t at = row * stride;
-        if (at + stride <= have) {
-            const uint8_t* p = in + at;
-            *c++ = *p;
-            *a++ = *p++;
-            if (colorType_ == 4) {
-                for (uint64_t x = 0; x < w; ++x, p += 2) {
-                    *c++ = p[0];
-                    *a++ = p[1];
-                }
-            } else {
-                for (uint64_t x = 0; x < w; ++x, p += 4) {
-                    c[0] = p[0];
-                    c[1] = p[1];
-                    c[2] = p[2];
-                    c += 3;
-                    *a++ = p[3];
-                }
+        const uint8_t* p = raw.data() + row * stride;
+        *c++ = *p;
+        *a++ = *p++;
+        // Each pixel is read whole before its colour is written back.
+        if (colorBytes == 1) {
+            for (uint64_t x = 0; x < w; ++x, p += 2) {
+                const uint8_t v = p[0], alphaByte = p[1];
+                *c++ = v;
+                *a++ = alphaByte;
             }
         } else {
-            // A short stream: what is missing reads as 0.
-            auto get = [&](uint64_t i) -> uint8_t { return i < have ? in[i] : 0; };
-            const uint8_t filter = get(at);
-            *c++ = filter;
-            *a++ = filter;
-            for (uint64_t i = 0; i < rowBytes; ++i) {
-                if (i % pixelBytes == colorBytes) *a++ = get(at + 1 + i);
-                else *c++ = get(at + 1 + i);
+            for (uint64_t x = 0; x < w; ++x, p += 4) {
+                const uint8_t r = p[0], g = p[1], b = p[2], alphaByte = p[3];
+                c[0] = r;
+                c[1] = g;
+                c[2] = b;
+                c += 3;
+                *a++ = alphaByte;
             }
         }
     }
+    dataBuf_ = std::make_shared<TBuffer>(1024, 8192);
+    dataBuf_->compFrom(std::span<const uint8_t>(raw.data(), h * (w * colorBytes + 1)), -1);
     std::vector<uint8_t>().swap(raw);
-    dataBuf_ = TBuffer::create(std::span<const uint8_t>(TMemory::_comp(color, -1)));
-    std::vector<uint8_t>().swap(color);
-    mask_ = TBuffer::create(std::span<const uint8_t>(TMemory::_comp(alpha, -1)));
+    mask_ = std::make_shared<TBuffer>(1024, 8192);
+    mask_->compFrom(alpha, -1);
     minVersion_ = 1.4f;
 }
 
@@ -201,7 +203,7 @@ uint64_t TImagePNG::addObjectSpecs(TObjects* objects, const std::string&, std::v
         obj->set("Mask", "[" + values + "]");
     }
     if (mask_) obj->set("SMask", sformat("%u 0 R", static_cast<unsigned>(n + 1)));
-    obj->setStream(dataBuf_.get(), "FlateDecode");
+    obj->shareStream(dataBuf_, "FlateDecode");
     return n;
 }
 
@@ -215,7 +217,7 @@ void TImagePNG::addObjectMask(TObjects* objects) {
     obj->args({"ColorSpace", "DeviceGray"});
     obj->set("BitsPerComponent", "8");
     obj->set("DecodeParms", "<<" + sformat("/Predictor 15 /Colors 1 /BitsPerComponent 8 /Columns %d", width_) + ">>");
-    obj->setStream(mask_.get(), "FlateDecode");
+    obj->shareStream(mask_, "FlateDecode");
 }
 
 void TImagePNG::addObjectPalette(TObjects* objects) {

@@ -47,8 +47,8 @@ private:
     int32_t colorType_ = 0;
     std::string parms_;
     std::string colorSpaceName_;
-    std::unique_ptr<TBuffer> dataBuf_;
-    std::unique_ptr<TBuffer> mask_;
+    std::shared_ptr<TBuffer> dataBuf_;
+    std::shared_ptr<TBuffer> mask_;
     std::unique_ptr<TBuffer> palette_;
     std::vector<uint8_t> transparency_;
 };

@@ -66,7 +66,8 @@ public:
     bool open(const std::string& path);
     // Adds one page showing the image over the whole page and writes its
     // objects; raises what addObjectSpecs raises.  The image is freed as soon
-    // as its objects are made: they hold their own copies of the data.
+    // as its objects are made: they share its file or samples, which go when
+    // the objects are written and released.
     void addPage(std::unique_ptr<kivu::TImageFormat> image);
     // Writes the shared objects, the page tree, the catalogue, xref and trailer.
     bool finish();

@@ -177,16 +177,38 @@ std::string TMemory::to_string() const { return used_ ? std::string(view()) : st
 // which zlib's inflate and every PDF reader take as they take compress2's;
 // level -1 is zlib's default, 6.
 std::vector<uint8_t> TMemory::_comp(std::span<const uint8_t> data, int level) {
+    TMemory block(1024, 8192);
+    block.compFrom(data, level);
+    return std::vector<uint8_t>(block.bytes().begin(), block.bytes().end());
+}
+
+bool TMemory::compFrom(std::span<const uint8_t> source, int level) {
     if (level == -1) level = 6;
     libdeflate_compressor* c = level >= 0 && level <= 9 ? compressorFor(level) : nullptr;
     if (!c) throw KivuException("Error: _comp");
-    std::vector<uint8_t> out(libdeflate_zlib_compress_bound(c, data.size()));
-    const size_t n = libdeflate_zlib_compress(c, data.data(), data.size(), out.data(), out.size());
-    if (n == 0) throw KivuException("Error: _comp");
-    out.resize(n);
-    // Data that compresses well would otherwise keep the whole bound allocated.
-    if (out.size() < out.capacity() / 2) out.shrink_to_fit();
-    return out;
+    if (!ownsBlock()) {
+        // Memory of somebody else's takes the stream as any other write.
+        TMemory z(1024, 8192);
+        z.compFrom(source, level);
+        clear();
+        return addBytes(z.bytes());
+    }
+    const uint64_t bound = libdeflate_zlib_compress_bound(c, source.size());
+    if (!_reinit(bound)) throw KivuException("Error: _comp");
+    // The bound's pages beyond what the stream fills are never touched.
+    used_ = libdeflate_zlib_compress(c, source.data(), source.size(), data_, bound);
+    if (used_ == 0) throw KivuException("Error: _comp");
+    fit();
+    return true;
+}
+
+void TMemory::fit() {
+    if (!ownsBlock() || !data_ || used_ + 1 >= allocated_) return;
+    // Shrinking keeps the block where it is; one spare byte as _reinit leaves.
+    if (auto* p = static_cast<uint8_t*>(std::realloc(data_, used_ + 1))) {
+        data_ = p;
+        allocated_ = used_ + 1;
+    }
 }
 
 std::vector<uint8_t> TMemory::_uncomp(std::span<const uint8_t> data, uint64_t destLength, int winbits,
@@ -244,9 +266,13 @@ std::vector<uint8_t> TMemory::_uncomp(std::span<const uint8_t> data, uint64_t de
 
 bool TMemory::comp() {
     if (compressed_) return false;
-    std::vector<uint8_t> z = _comp(bytes(), -1);
-    clear();
-    return addBytes(z);
+    if (!ownsBlock()) return compFrom(TMemory(*this).bytes(), -1);
+    TMemory z(1024, 8192);
+    z.compFrom(bytes(), -1);
+    std::swap(data_, z.data_);
+    std::swap(used_, z.used_);
+    std::swap(allocated_, z.allocated_);
+    return true;
 }
 
 bool TMemory::uncomp(uint64_t limit) {

@@ -74,6 +74,15 @@ public:
     virtual uint8_t* copyChunk() const;
     // Replaces the content by its zlib stream.
     virtual bool comp();
+    // Replaces the content by the zlib stream of `source` at `level` (-1: 6),
+    // which must lie outside this block.  The stream is deflated once into a
+    // block of the compressor's bound, then cut to its length in place.
+    // False when a block over foreign memory can't take it.
+    bool compFrom(std::span<const uint8_t> source, int level = -1);
+    // Makes room for n more bytes at once: appending them moves nothing.
+    bool reserve(uint64_t n) { return !foreign_ && _reserveMem(n); }
+    // Gives back what the block holds beyond its content, in place.
+    void fit();
     // Replaces a zlib stream by its expansion; with `limit` > 0 an expansion
     // that would exceed `limit` bytes raises an exception.
     virtual bool uncomp(uint64_t limit = 0);
@@ -110,6 +119,8 @@ protected:
     bool addByteSlow(uint8_t b);
     bool addBytesSlow(std::span<const uint8_t> s);
     void releaseBlock();
+    // Whether the block is our own from malloc, to be moved and resized.
+    virtual bool ownsBlock() const { return !foreign_; }
 
     uint64_t reserveStep_ = 48;
     bool foreign_ = false;

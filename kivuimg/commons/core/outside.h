@@ -24,6 +24,7 @@ protected:
     bool _reserveMem(uint64_t extra) override;
     // Starts the same memory afresh; more than its capacity raises.
     bool _reinit(uint64_t n) override;
+    bool ownsBlock() const override { return false; }
 };
 
 }  // namespace kivu
