@@ -238,7 +238,9 @@ bool TGIF::load() {
 
     const uint64_t pixels = static_cast<uint64_t>(width_) * height_;
     checkRasterSize(width_, height_);
-    auto lzw = std::make_unique<TLZWGif>(read_buffer(-1));
+    // The decoder reads the rest of the bytes where they lie, through a view.
+    auto lzw = std::make_unique<TLZWGif>(std::make_unique<TBuffer>(const_cast<uint8_t*>(data_) + tell(), left()));
+    set_seek(size());
     dataBuf_ = lzw->decode(pixels);
     // A stream that ends early leaves the rest of the frame 0, within the
     // bound on such zeros; beyond it the frame is as broken as one without
@@ -258,7 +260,8 @@ bool TGIF::load() {
 void TGIF::_deInterlace() {
     const uint64_t w = width_, h = height_;
     const uint64_t pass1 = (h + 7) / 8, pass2 = pass1 + (h + 3) / 8, pass3 = pass2 + (h + 1) / 4;
-    auto out = std::make_unique<TBuffer>(w * h + 1, 8192);
+    auto out = std::make_unique<TBuffer>(8192, 8192);
+    out->reserve(w * h);
     const uint8_t* src = dataBuf_->ptr();
     for (uint64_t y = 0; y < h; ++y) {
         uint64_t from;

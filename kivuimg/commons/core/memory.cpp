@@ -35,6 +35,15 @@ libdeflate_compressor* compressorFor(int level) {
     if (!c) c = libdeflate_alloc_compressor(level);
     return c;
 }
+// The size to take from malloc for a block of n bytes.  Blocks of a megabyte
+// and more are taken in whole megabytes: the images of a batch, each a little
+// larger or smaller than the last, then fit into the holes their forerunners
+// left instead of piling up new memory at the top of the heap.  The pages of
+// the rounding that are never written are never backed.
+uint64_t blockSize(uint64_t n) {
+    constexpr uint64_t kRound = 1 << 20;
+    return n < kRound ? n : (n + kRound - 1) / kRound * kRound;
+}
 }  // namespace
 
 void adviseLargeBlock(void* p, uint64_t n) {
@@ -116,7 +125,7 @@ bool TMemory::_reserveMem(uint64_t extra) {
         // The first block has one step of slack beyond the request; a block
         // made for a known size (the step is that size) keeps the slack small.
         const uint64_t slack = reserveStep_ ? (reserveStep_ < kMaxSlack ? reserveStep_ : kMaxSlack) : 48;
-        const uint64_t first = extra + slack;
+        const uint64_t first = blockSize(extra + slack);
         data_ = static_cast<uint8_t*>(std::malloc(first));
         if (!data_) return false;
         adviseLargeBlock(data_, first);
@@ -144,10 +153,11 @@ bool TMemory::_reinit(uint64_t n) {
     freeMem();
     if (n == 0) return true;
     // One byte more than asked, so that appending n bytes needs no growth.
-    data_ = static_cast<uint8_t*>(std::malloc(n + 1));
+    const uint64_t size = blockSize(n + 1);
+    data_ = static_cast<uint8_t*>(std::malloc(size));
     if (!data_) return false;
-    adviseLargeBlock(data_, n + 1);
-    allocated_ = n + 1;
+    adviseLargeBlock(data_, size);
+    allocated_ = size;
     return true;
 }
 
@@ -203,11 +213,12 @@ bool TMemory::compFrom(std::span<const uint8_t> source, int level) {
 }
 
 void TMemory::fit() {
-    if (!ownsBlock() || !data_ || used_ + 1 >= allocated_) return;
+    const uint64_t size = blockSize(used_ + 1);
+    if (!ownsBlock() || !data_ || size >= allocated_) return;
     // Shrinking keeps the block where it is; one spare byte as _reinit leaves.
-    if (auto* p = static_cast<uint8_t*>(std::realloc(data_, used_ + 1))) {
+    if (auto* p = static_cast<uint8_t*>(std::realloc(data_, size))) {
         data_ = p;
-        allocated_ = used_ + 1;
+        allocated_ = size;
     }
 }
 
