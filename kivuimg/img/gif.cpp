@@ -295,7 +295,9 @@ void TImageGIF::readSpecs() {
         readColorTable(*this, tableSize_, colors_);
         palette_ = paletteOf(colors_);
     }
-    rest_ = read_buffer(-1);
+    // The rest of the file, seen where it lies in the image's own block.
+    rest_ = std::make_unique<TBuffer>(const_cast<uint8_t*>(data_) + tell(), left());
+    set_seek(size());
 
     // Each frame hands everything behind its descriptor to the decoder, so
     // the first image is in practice the only one read.

@@ -388,11 +388,16 @@ int runConvert(const Options& o) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // Every image allocates and frees blocks of a few megabytes.  Served from
-    // the heap and kept there, they are reused by the next image instead of
-    // being mapped, faulted in page by page and unmapped each time: a batch
-    // of JPEGs spends about 60% less time in the kernel.
-    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    // Every image allocates and frees blocks of a few megabytes.  Those under
+    // 4 MiB (a photo's JPEG file, say) are served from the heap and kept
+    // there: the next image reuses them instead of mapping them, faulting
+    // them in page by page and unmapping them, which saves a batch of JPEGs
+    // about half its time in the kernel.  Larger blocks (big PNG files,
+    // decoded samples) are mapped and given back when freed: in the heap,
+    // the holes they leave are split by small allocations and no longer
+    // take the next image's blocks, and a batch's peak grows by one or two
+    // images' worth.
+    mallopt(M_MMAP_THRESHOLD, 4 << 20);
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
     const Options o = parse(argc, argv);
     const std::string home = prepareHome(o);
