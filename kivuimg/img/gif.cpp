@@ -256,22 +256,31 @@ bool TGIF::load() {
 
 // The rows stand in pass order: every 8th from 0, every 8th from 4, every
 // 4th from 2, every 2nd from 1.  Display row y is found at its place in its
-// pass, behind the rows of the passes before.
+// pass, behind the rows of the passes before.  The rows are moved in place,
+// one cycle of the permutation at a time, through a single spare row.
 void TGIF::_deInterlace() {
     const uint64_t w = width_, h = height_;
     const uint64_t pass1 = (h + 7) / 8, pass2 = pass1 + (h + 3) / 8, pass3 = pass2 + (h + 1) / 4;
-    auto out = std::make_unique<TBuffer>(8192, 8192);
-    out->reserve(w * h);
-    const uint8_t* src = dataBuf_->ptr();
-    for (uint64_t y = 0; y < h; ++y) {
-        uint64_t from;
-        if (y % 8 == 0) from = y / 8;
-        else if (y % 8 == 4) from = pass1 + y / 8;
-        else if (y % 4 == 2) from = pass2 + y / 4;
-        else from = pass3 + y / 2;
-        out->addBytes(std::span<const uint8_t>(src + from * w, w));
+    auto from = [&](uint64_t y) {
+        if (y % 8 == 0) return y / 8;
+        if (y % 8 == 4) return pass1 + y / 8;
+        if (y % 4 == 2) return pass2 + y / 4;
+        return pass3 + y / 2;
+    };
+    uint8_t* rows = dataBuf_->ptr();
+    std::vector<uint8_t> spare(w);
+    std::vector<bool> placed(h, false);
+    for (uint64_t start = 0; start < h; ++start) {
+        if (placed[start]) continue;
+        std::memcpy(spare.data(), rows + start * w, w);
+        uint64_t y = start;
+        for (uint64_t next = from(y); next != start; y = next, next = from(y)) {
+            std::memcpy(rows + y * w, rows + next * w, w);
+            placed[y] = true;
+        }
+        std::memcpy(rows + y * w, spare.data(), w);
+        placed[y] = true;
     }
-    dataBuf_ = std::move(out);
 }
 
 // ---------------------------------------------------------------- TImageGIF
