@@ -39,15 +39,27 @@ ColorSpace TImagePNG::colorSpace() {
 void TImagePNG::_skip(uint64_t n) { set_seek(n < left() ? tell() + n : size()); }
 
 void TImagePNG::readSpecs() {
+    _readHeader();
+    _setDecodeParms();
+    if (read<uint8_t>() != 0) throw KivuException("PNG: Unknown compression method");
+    if (read<uint8_t>() != 0) throw KivuException("PNG: Unknown filer method");
+    if (read<uint8_t>() != 0) throw KivuException("PNG: Interlacing not supported");
+    _skip(4);
+    checkRasterSize(static_cast<uint32_t>(width_), static_cast<uint32_t>(height_));
+    _readChunks();
+    if (colorType_ >= 4) _splitAlpha();
+    if (colorType_ == 3 && !palette_) throw KivuException("PNG: Missing palette");
+}
+
+// The signature and the IHDR chunk up to the colour type.
+void TImagePNG::_readHeader() {
     const std::string_view signature = read_string(8);
     if (signature.size() != 8 || std::memcmp(signature.data(), kSignature, 8) != 0)
         throw KivuException("Unsupported PNG file format");
     _skip(4);
     if (read_string(4) != "IHDR") throw KivuException("PNG: Incorrect PNG file");
-    const uint32_t w = read<uint32_t>();
-    const uint32_t h = read<uint32_t>();
-    width_ = static_cast<int32_t>(w);
-    height_ = static_cast<int32_t>(h);
+    width_ = static_cast<int32_t>(read<uint32_t>());
+    height_ = static_cast<int32_t>(read<uint32_t>());
     const int8_t depth = read<int8_t>();
     if (depth >= 9) throw KivuException("PNG: 16-bit depth not supported");
     // PNG knows only 1, 2, 4, 8 and 16; any other depth would give an image
@@ -57,48 +69,39 @@ void TImagePNG::readSpecs() {
     if (depth != 1 && depth != 2 && depth != 4 && depth != 8 && !cut) throwf("PNG: Invalid bit depth %d", depth);
     bitsPerComponent_ = depth;
     colorType_ = read<uint8_t>();
+}
 
-    parms_ = "/Predictor 15 /Colors ";
+// The colour space, its components and the predictor's parameters.
+void TImagePNG::_setDecodeParms() {
+    int colors = 1;
     switch (colorSpace()) {
-        case csSpot:
-            colorSpaceName_ = "Indexed";
-            parms_ += "1 ";
-            components_ = 1;
-            break;
-        case csGray:
-            colorSpaceName_ = "DeviceGray";
-            parms_ += "1 ";
-            components_ = 1;
-            break;
+        case csSpot: colorSpaceName_ = "Indexed"; break;
+        case csGray: colorSpaceName_ = "DeviceGray"; break;
         case csRGB:
             colorSpaceName_ = "DeviceRGB";
-            parms_ += "3 ";
-            components_ = 3;
+            colors = 3;
             break;
         default: throw KivuException("PNG: Unknown color type");
     }
-    parms_ += "/BitsPerComponent " + std::to_string(depth) + " ";
-    parms_ += sformat("/Columns %d", width_);
+    components_ = colors;
+    parms_ = sformat("/Predictor 15 /Colors %d /BitsPerComponent %d /Columns %d", colors, bitsPerComponent_, width_);
+}
 
-    if (read<uint8_t>() != 0) throw KivuException("PNG: Unknown compression method");
-    if (read<uint8_t>() != 0) throw KivuException("PNG: Unknown filer method");
-    if (read<uint8_t>() != 0) throw KivuException("PNG: Interlacing not supported");
-    _skip(4);
-    checkRasterSize(w, h);
-
-    // The samples are gathered in one block as large as the rest of the file,
-    // cut to their size at the end: no block is grown and copied chunk by chunk.
+// Walks the chunks to IEND: the palette, the transparency and the samples.
+// The samples are gathered in one block as large as the rest of the file,
+// cut to their size at the end: no block is grown and copied chunk by chunk.
+// Every round moves on or ends: a length that can't be read is 0, and a
+// chunk of length 0 ends the walk.
+void TImagePNG::_readChunks() {
     dataBuf_ = std::make_shared<TBuffer>(65536, 8192);
     dataBuf_->reserve(left());
-    // Every round moves on or ends: a length that can't be read is 0, and a
-    // chunk of length 0 ends the walk.
     for (;;) {
         const uint32_t n = read<uint32_t>();
         const std::string_view type = read_string(4);
         if (type == "PLTE") {
             const std::string_view bytes = read_string(n);
             // A PLTE without one whole entry is no palette: an indexed image
-            // without one fails below.
+            // without one fails in readSpecs.
             if (bytes.size() >= 3) palette_ = TBuffer::create(asBytes(bytes));
             _skip(4);
         } else if (type == "tRNS") {
@@ -117,10 +120,7 @@ void TImagePNG::readSpecs() {
         }
         if (n == 0) break;
     }
-
     dataBuf_->fit();
-    if (colorType_ >= 4) _splitAlpha();
-    if (colorType_ == 3 && !palette_) throw KivuException("PNG: Missing palette");
 }
 
 // Inflates the samples, sends colour and alpha of each row to their own

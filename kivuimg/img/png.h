@@ -42,6 +42,9 @@ public:
 
 private:
     void _skip(uint64_t n);
+    void _readHeader();
+    void _setDecodeParms();
+    void _readChunks();
     void _splitAlpha();
 
     int32_t colorType_ = 0;
