@@ -56,6 +56,8 @@ KIVU_ENUM_TABLE(Clipping, {.list = {"[auto]", "true", "false"},
                            .names = {"auto", "true", "false"},
                            .words = {{"yes", clipYes}, {"no", clipNo}}})
 
+KIVU_ENUM_TABLE(Rules, {.list = {"[engine]", "standard"}, .names = {"engine", "standard"}})
+
 KIVU_ENUM_TABLE(PageRepeat, {.list = {"[ignore]", "auto", "even"}, .names = {"ignore", "auto", "even"}})
 
 KIVU_ENUM_TABLE(QuoteCopy, {.list = {"number", "title"}, .names = {"number", "title"}})
@@ -92,6 +94,8 @@ KIVU_ENUM_STR(QuoteCopy, quoteCopy2Str, str2QuoteCopy)
 KIVU_ENUM_ARR(QuoteCopy, quoteCopy2Arr)
 KIVU_ENUM_STR(BreakMode, breakMode2Str, str2BreakMode)
 KIVU_ENUM_ARR(BreakMode, breakMode2Arr)
+KIVU_ENUM_STR(Rules, rules2Str, str2Rules)
+KIVU_ENUM_ARR(Rules, rules2Arr)
 
 std::string colorSpace2Device(ColorSpace v) {
     switch (v) {

@@ -48,6 +48,11 @@ enum QuoteCopy : int32_t { qcNumber = 0, qcTitle = 1 };
 
 enum BreakMode : int32_t { bmCanNot = 0, bmReset = 1, bmRevert = 2 };
 
+// Which rules drawings (SVG) are read and drawn by: the engine's own, as it
+// has always drawn them, or the SVG and CSS recommendations as browsers
+// follow them.
+enum Rules : int32_t { rulesEngine = 0, rulesStandard = 1 };
+
 // Where a piece stands in a run that may be split: the only piece, the
 // first, one in the middle, the last.
 enum Placement : int32_t { plOnly = 0, plFirst = 1, plMiddle = 2, plLast = 3 };
@@ -114,6 +119,11 @@ KIVU_API std::vector<std::string> quoteCopy2Arr();
 KIVU_API std::string breakMode2Str(BreakMode v);
 KIVU_API BreakMode str2BreakMode(const std::string& s);
 KIVU_API std::vector<std::string> breakMode2Arr();
+
+// "engine", "standard"; unknown text gives rulesEngine.
+KIVU_API std::string rules2Str(Rules v);
+KIVU_API Rules str2Rules(const std::string& s);
+KIVU_API std::vector<std::string> rules2Arr();
 
 KIVU_API bool isFirstPlace(Placement p);
 KIVU_API bool isLastPlace(Placement p);

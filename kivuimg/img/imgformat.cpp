@@ -33,6 +33,17 @@ std::unique_ptr<TBuffer> TImageFormat::copyBuffer() const {
     return TBuffer::create(buffer_ ? buffer_->pointChunk(0, 0) : std::span<const uint8_t>());
 }
 
+void TImageFormat::useResource(const std::string& name, const char* category, ResourceSource source, uint64_t index) {
+    if (!resourceSeen_.insert(name).second) return;
+    resourceNames_.push_back(SResourceName{name, category, source, index});
+}
+
+void TImageFormat::clearResources() {
+    resourceNames_.clear();
+    resourceHolders_.clear();
+    resourceSeen_.clear();
+}
+
 TIndirectObject* TImageFormat::addImageObject(TObjects* objects, const std::string& comment, int width, int height) {
     TIndirectObject* obj = objects->add(0);
     obj->comment(comment);

@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "kivuimg/commons/consts.h"
@@ -22,6 +23,26 @@ namespace kivu {
 class TObjects;
 class TIndirectObject;
 struct SGradient;
+
+// What a name in a drawing's content stands for.  A drawing records every
+// name it writes while addObjectSpecs runs (SResourceName), so that a host
+// fills the Resources of its forms without reading their content.
+enum class ResourceSource : int32_t {
+    sharedState = 0,  // the index-th shared graphics state of the store (customList(extGState), from 1)
+    gradientShading,  // the shading of the index-th gradient record (from 1)
+    gradientMask,     // the soft-mask graphics state of the index-th gradient record
+    gradientPattern,  // a shading pattern of the index-th gradient record, at the record's matrix
+    font,             // the font the host answered with fontId index (0: the host's default font)
+    object,           // the object numbered index in the store (a picture, a form, a pattern)
+};
+
+struct KIVU_API SResourceName {
+    std::string name;      // as the content writes it, without the slash: "GS3", "Sh1", "F2", "I14"
+    std::string category;  // its entry in Resources: "ExtGState", "Shading", "Pattern", "Font", "XObject"
+    ResourceSource source = ResourceSource::object;
+    uint64_t index = 0;
+    bool operator==(const SResourceName&) const = default;
+};
 
 // Images whose pixel count exceeds this limit are refused by every format.
 KIVU_API uint64_t maxImagePixels();
@@ -66,12 +87,25 @@ public:
     virtual std::unique_ptr<TImageFormat> getCopy() { return nullptr; }
     virtual float minPDFVer() { return minVersion_; }
 
+    // The names the content of the last addObjectSpecs uses, each once, in
+    // the order of first use.  Empty for raster images.
+    const std::vector<SResourceName>& resourceNames() const { return resourceNames_; }
+    // The objects of the last addObjectSpecs whose content uses those names:
+    // the main Form, then any form, mask group or pattern the drawing made.
+    // Each takes the same Resources.
+    const std::vector<uint64_t>& resourceHolders() const { return resourceHolders_; }
+
     int bitsPerComponent() const { return bitsPerComponent_; }
     int components() const { return components_; }
     TBuffer* buffer() const { return buffer_.get(); }
 
 protected:
     std::unique_ptr<TBuffer> copyBuffer() const;
+    // Records a name the content uses; a name already recorded is kept once.
+    void useResource(const std::string& name, const char* category, ResourceSource source, uint64_t index);
+    void addResourceHolder(uint64_t number) { resourceHolders_.push_back(number); }
+    // Forgets the names and holders of an earlier emission.
+    void clearResources();
     // The main object of a raster image: the next number, its comment, and
     // Subtype, Width and Height.
     static TIndirectObject* addImageObject(TObjects* objects, const std::string& comment, int width, int height);
@@ -94,6 +128,11 @@ protected:
     int32_t bitsPerComponent_ = 0;
     int32_t components_ = 0;
     float minVersion_ = std::numeric_limits<float>::quiet_NaN();
+
+private:
+    std::vector<SResourceName> resourceNames_;
+    std::vector<uint64_t> resourceHolders_;
+    std::unordered_set<std::string> resourceSeen_;
 };
 
 }  // namespace kivu

@@ -55,6 +55,9 @@ const char* const kUsage =
     "                           creation date are always written)\n"
     "  --nodate                 no creation date, for reproducible output\n"
     "  --strict                 a fallback picture is an error: exit 1, no file\n"
+    "  --rules standard|engine  how drawings (SVG) are read and drawn: by the SVG\n"
+    "                           and CSS recommendations, as browsers draw them\n"
+    "                           (default), or by the engine's own rules\n"
     "  --colorspace rgb|cmyk|gray\n"
     "                           the document's colour space: drawings (WMF, SVG)\n"
     "                           have their colours converted to it\n"
@@ -86,6 +89,7 @@ struct Options {
     bool verbose = false;
     bool quiet = false;
     ColorSpace space = csAuto;
+    Rules rules = rulesStandard;
     uint64_t maxPixels = maxImagePixels();
     kivutool::PageLayout layout;
     kivutool::DocumentInfo info;
@@ -142,6 +146,9 @@ void valueOption(const std::string& a, const std::string& v, Options& o) {
         else if (v == "cmyk") o.space = csCMYK;
         else if (v == "gray") o.space = csGray;
         else usageError("--colorspace takes rgb, cmyk or gray");
+    } else if (a == "--rules") {
+        o.rules = str2Rules(v);
+        if (rules2Str(o.rules) != toLower(v)) usageError("--rules takes standard or engine");
     } else if (a == "--pagesize") {
         o.layout.pageSize = kivutool::parsePageSize(v, o.layout.pageW, o.layout.pageH);
         if (!o.layout.pageSize) usageError("--pagesize takes A4, A3, A5, Letter, Legal or WxH, not '" + v + "'");
@@ -159,7 +166,7 @@ void valueOption(const std::string& a, const std::string& v, Options& o) {
 
 bool takesValue(const std::string& a) {
     static const char* const kValued[] = {"-o", "--output", "--home", "--format", "--dpi", "--max-pixels",
-                                          "--colorspace", "--pagesize", "--fit", "--border", "--title",
+                                          "--colorspace", "--rules", "--pagesize", "--fit", "--border", "--title",
                                           "--author", "--subject", "--keywords", "--creator"};
     return std::find(std::begin(kValued), std::end(kValued), a) != std::end(kValued);
 }
@@ -406,6 +413,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "kivuimg: the library could not start with home '%s'\n", home.c_str());
         return 1;
     }
+    g_settings->rules(o.rules);
     const int rc = o.command == "info" ? runInfo(o) : runConvert(o);
     lib_uninit();
     return rc;

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include "kivuimg/commons/core/cstr.h"
-#include "kivuimg/commons/core/regex.h"
 #include "kivuimg/commons/indirectobj.h"
 #include "exif.h"
 #include "shadings.h"
@@ -143,45 +142,55 @@ std::string PdfWriter::placement(TImageFormat* image, TBaseObject* form, const B
 
 namespace {
 
-// The numbers k of the names "<prefix><k> <op>" in a content stream, each once.
-std::set<uint64_t> namesUsed(std::string_view content, const char* prefix, const char* op) {
-    const Regex& pattern = cachedRegex(sformat("/%s(\\d+) %s", prefix, op), "");
-    std::set<uint64_t> found;
-    for (const Regex::Match& m : pattern.findAll(content))
-        found.insert(std::strtoull(std::string(m.group(1)).c_str(), nullptr, 10));
-    return found;
-}
-
-std::string entry(const char* prefix, uint64_t k, uint64_t num) {
-    return sformat(" /%s%llu %llu 0 R", prefix, static_cast<unsigned long long>(k), static_cast<unsigned long long>(num));
+std::string entry(const std::string& name, uint64_t num) {
+    return sformat(" /%s %llu 0 R", name.c_str(), static_cast<unsigned long long>(num));
 }
 
 }  // namespace
 
-// The names a form's content uses: shared graphics states ("/GS<k> gs",
-// the store's k-th shared state, which gets its number here), and the
-// shadings and soft masks of gradient records ("/Sh<k> sh", "/TGS<k> gs",
-// the document's k-th record).
-std::string PdfWriter::formResources(TBaseObject* form) {
-    const auto& stream = form->stream();
-    const std::string_view content(reinterpret_cast<const char*>(stream.data()), stream.size());
-    const std::string fonts = fontResources(content), xobjects = xobjectResources(content);
+// The object behind a name the drawing recorded, written on first use; 0
+// when the name stands for nothing this document has.
+uint64_t PdfWriter::resourceObject(const SResourceName& use) {
     const auto& shared = objects_.customList(ObjectType::extGState);
-    std::string states, shadings;
-    for (uint64_t k : namesUsed(content, "GS", "gs")) {
-        if (k == 0 || k > shared.size()) continue;
-        const auto& state = shared[k - 1];
-        if (state->num() == 0) objects_.add(state);
-        states += entry("GS", k, state->num());
+    const uint64_t k = use.index;
+    switch (use.source) {
+        case ResourceSource::sharedState: {
+            if (k == 0 || k > shared.size()) return 0;
+            const auto& state = shared[k - 1];
+            if (state->num() == 0) objects_.add(state);
+            return state->num();
+        }
+        case ResourceSource::gradientShading:
+            return k > 0 && k <= gradients_.size() ? gradientShading(objects_, gradients_[k - 1]) : 0;
+        case ResourceSource::gradientMask:
+            return k > 0 && k <= gradients_.size() ? gradientSoftMask(objects_, gradients_[k - 1]) : 0;
+        case ResourceSource::font: return fonts_.objectNumber(static_cast<int>(std::min<uint64_t>(k, INT32_MAX)));
+        case ResourceSource::object: return k && objects_.get(k) ? k : 0;
+        default: return 0;
     }
-    for (uint64_t k : namesUsed(content, "TGS", "gs"))
-        if (k > 0 && k <= gradients_.size()) states += entry("TGS", k, gradientSoftMask(objects_, gradients_[k - 1]));
-    for (uint64_t k : namesUsed(content, "Sh", "sh"))
-        if (k > 0 && k <= gradients_.size()) shadings += entry("Sh", k, gradientShading(objects_, gradients_[k - 1]));
+}
+
+// The Resources of a drawing's forms: every name its content recorded.
+// Objects are made in a fixed order (fonts, pictures, shared states,
+// gradient masks, shadings, each by index) and the dictionary lists
+// graphics states, shadings, patterns, fonts and pictures, so that equal
+// drawings give equal documents.
+std::string PdfWriter::formResources(TImageFormat* image) {
+    static const ResourceSource kMakeOrder[] = {ResourceSource::font, ResourceSource::object,
+                                                ResourceSource::sharedState, ResourceSource::gradientMask,
+                                                ResourceSource::gradientShading, ResourceSource::gradientPattern};
+    static const char* const kCategories[] = {"ExtGState", "Shading", "Pattern", "Font", "XObject"};
+    std::vector<SResourceName> names = image->resourceNames();
+    auto rank = [](ResourceSource s) { return std::find(std::begin(kMakeOrder), std::end(kMakeOrder), s) - kMakeOrder; };
+    std::stable_sort(names.begin(), names.end(), [&](const SResourceName& a, const SResourceName& b) {
+        return rank(a.source) != rank(b.source) ? rank(a.source) < rank(b.source) : a.index < b.index;
+    });
+    std::map<std::string, std::string> entries;
+    for (const SResourceName& use : names)
+        if (const uint64_t number = resourceObject(use)) entries[use.category] += entry(use.name, number);
     std::string dict;
-    if (!states.empty()) dict += " /ExtGState <<" + states + " >>";
-    if (!shadings.empty()) dict += " /Shading <<" + shadings + " >>";
-    dict += fonts + xobjects;
+    for (const char* category : kCategories)
+        if (entries.count(category)) dict += std::string(" /") + category + " <<" + entries[category] + " >>";
     return dict.empty() ? std::string() : "<<" + dict + " >>";
 }
 
@@ -191,10 +200,10 @@ uint64_t PdfWriter::writeImage(TImageFormat* image, const std::string& name) {
     // The mask or palette must take the very next number.
     if (image->hasMask()) image->addObjectMask(&objects_);
     if (image->isIndexed()) image->addObjectPalette(&objects_);
-    if (TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr) {
-        const std::string resources = formResources(form);
-        if (!resources.empty()) form->set("Resources", resources);
-    }
+    const std::string resources = formResources(image);
+    if (!resources.empty())
+        for (uint64_t holder : image->resourceHolders())
+            if (TBaseObject* form = objects_.get(holder)) form->set("Resources", resources);
     const float v = image->minPDFVer();
     if (!std::isnan(v) && v > version_) version_ = v;
     return imageNum;

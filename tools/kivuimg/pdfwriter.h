@@ -95,16 +95,14 @@ private:
     // Flushes and closes the output; a file takes its own name.  False when
     // anything failed to be written.
     bool close();
-    std::string formResources(kivu::TBaseObject* form);
+    std::string formResources(kivu::TImageFormat* image);
+    uint64_t resourceObject(const kivu::SResourceName& use);
 
     // The first pass of a drawing's two (twopass.cpp): its fonts answered,
     // its sub-images written and their numbers handed back.
     void deliverTwoPass(kivu::TImageFormat* image);
     // The object of a sub-image source, written on first use.
     uint64_t subImageNumber(const std::string& source);
-    // Resource entries for the "/F<k>" and "/I<k>" names of a content stream.
-    std::string fontResources(std::string_view content);
-    std::string xobjectResources(std::string_view content);
 
     double dpi_;
     kivu::ColorSpace space_;

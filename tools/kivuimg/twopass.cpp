@@ -8,10 +8,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <set>
 
 #include "kivuimg/commons/core/cstr.h"
-#include "kivuimg/commons/core/regex.h"
 #include "kivuimg/img/libmain.h"
 #include "pdfwriter.h"
 
@@ -23,13 +21,6 @@ namespace {
 
 // Drawings inside drawings beyond this depth are not written.
 constexpr int kMaxSubImageDepth = 16;
-
-std::set<uint64_t> numbersIn(std::string_view content, const Regex& pattern) {
-    std::set<uint64_t> out;
-    for (const Regex::Match& m : pattern.findAll(content))
-        out.insert(std::strtoull(std::string(m.group(1)).c_str(), nullptr, 10));
-    return out;
-}
 
 // A number for a matrix entry: eight decimals, trailing zeros dropped.
 std::string exact(double v) {
@@ -94,27 +85,6 @@ uint64_t PdfWriter::subImageNumber(const std::string& source) {
     }
     subImages_[source] = number;
     return number;
-}
-
-std::string PdfWriter::fontResources(std::string_view content) {
-    static const Regex kFont("/F(\\d+) [-0-9.]+ Tf");
-    std::string dict;
-    for (uint64_t k : numbersIn(content, kFont)) {
-        const uint64_t number = fonts_.objectNumber(static_cast<int>(std::min<uint64_t>(k, INT32_MAX)));
-        if (number)
-            dict += sformat(" /F%llu %llu 0 R", static_cast<unsigned long long>(k),
-                            static_cast<unsigned long long>(number));
-    }
-    return dict.empty() ? dict : " /Font <<" + dict + " >>";
-}
-
-std::string PdfWriter::xobjectResources(std::string_view content) {
-    static const Regex kImage("/I(\\d+) Do");
-    std::string dict;
-    for (uint64_t k : numbersIn(content, kImage))
-        if (k && objects_.get(k))
-            dict += sformat(" /I%llu %llu 0 R", static_cast<unsigned long long>(k), static_cast<unsigned long long>(k));
-    return dict.empty() ? dict : " /XObject <<" + dict + " >>";
 }
 
 }  // namespace kivutool

@@ -19,6 +19,8 @@ namespace kivu {
 
 TSettings* g_settings = nullptr;
 
+Rules currentRules() { return g_settings ? g_settings->rules() : rulesEngine; }
+
 namespace {
 
 std::string sub(const std::string& home, std::initializer_list<const char*> parts) {
@@ -69,6 +71,7 @@ TSettings::TSettings(const std::string& path, LogOut out, int) {
     memOptOnEveryPage_ = intKey(conf, "mem-opt-on-every-page", memOptOnEveryPage_);
     timeLimit_ = intKey(conf, "time-limit", timeLimit_);
     defaultLanguage_ = stringKey(conf, "lang", defaultLanguage_);
+    const std::string rules = stringKey(conf, "rules", "engine");
     const std::string pathout = stringKey(conf, "pathout", "$DEFAULT");
 
     logPath_ = sub(home_, {"logs"});
@@ -93,6 +96,9 @@ TSettings::TSettings(const std::string& path, LogOut out, int) {
         g_logExclamation(log_.get(), "Output folder '%s' does not exists, using '%s'", logPathText.c_str(),
                          logPath_.c_str());
     outputPath_ = _resolveOutputPath(pathout);
+    rules_ = str2Rules(rules);
+    if (rules2Str(rules_) != toLower(rules))
+        g_logExclamation(log_.get(), "Unknown rules '%s', using 'engine'", rules.c_str());
 
     auto fontIt = conf.find("default-font");
     if (fontIt != conf.end() && fontIt->is_string()) {

@@ -10,6 +10,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "kivuimg/commons/consts.h"
 #include "kivuimg/commons/core/export.h"
 #include "kivuimg/commons/core/log.h"
 
@@ -52,6 +53,10 @@ public:
     virtual int defaultFontNumber() const { return defaultFontNumber_; }
     virtual float defaultFontSize() const { return defaultFontSize_; }
     virtual bool isValidPackageFolder(const std::string& folder) const;
+    // The rules drawings are read by: "rules" in the configuration, "engine"
+    // when absent.  A host may choose them before it loads drawings.
+    Rules rules() const { return rules_; }
+    void rules(Rules r) { rules_ = r; }
 
     // KIVU_HOME, else the user profile's "Kivu" folder (HOME stands in for
     // USERPROFILE); neither ends the process through g_error.
@@ -92,11 +97,15 @@ private:
     int maxThreads_ = 1;
     int memOptOnEveryPage_ = 0;
     int timeLimit_ = 10;
+    Rules rules_ = rulesEngine;
     std::unique_ptr<TLog> log_;
 };
 
 // The library's settings; null until the library starts.
 extern KIVU_API TSettings* g_settings;
+
+// The rules of the library's settings; the engine's while none are made.
+KIVU_API Rules currentRules();
 
 // Places a file named in a document: "res://" names resolve in the package's
 // resource folder of their class, "url(...)" names are fetched and saved

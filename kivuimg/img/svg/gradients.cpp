@@ -391,8 +391,12 @@ std::string TImageSVG::_gradientRecord(const SGradientInfo& info, int32_t shadin
     record.extend = {true, true};
     const int k = static_cast<int>(gradients_ ? gradients_->size() : 0) + 1;
     std::string text;
-    if (record.hasAlpha) text += sformat(" /TGS%d gs ", k);
+    if (record.hasAlpha) {
+        text += sformat(" /TGS%d gs ", k);
+        nameResource(sformat("TGS%d", k), "ExtGState", ResourceSource::gradientMask, static_cast<uint64_t>(k));
+    }
     text += sformat(" /Sh%d sh ", k) + " Q\n";
+    nameResource(sformat("Sh%d", k), "Shading", ResourceSource::gradientShading, static_cast<uint64_t>(k));
     if (gradients_) gradients_->push_back(std::move(record));
     return text;
 }

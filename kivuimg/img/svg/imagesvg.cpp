@@ -304,9 +304,11 @@ uint64_t TImageSVG::addObjectSpecs(TObjects* objects, const std::string& name, s
     gradientsForOutput_.clear();
     for (const auto& [id, info] : *gradientsInfo_) gradientsForOutput_.emplace(id, info.makeCopy(colorSpace_));
 
+    clearResources();
     TIndirectObject* form = objects->add(0);
     form->comment("Image/SVG");
     const uint64_t number = form->num();
+    addResourceHolder(number);
     form->args({"Type", "XObject"});
     form->args({"Subtype", "Form"});
     form->set("Group", sformat("%llu 0 R", static_cast<unsigned long long>(number + 1)));

@@ -119,6 +119,11 @@ public:
     virtual std::vector<std::string> regSplit(const std::string& pattern, const std::string& subject,
                                               const std::string& flags);
 
+    // Records a name the content being written uses (see resourceNames).
+    void nameResource(const std::string& name, const char* category, ResourceSource source, uint64_t index) {
+        useResource(name, category, source, index);
+    }
+
     // True the first time it is asked in this document: text that loses
     // characters warns once.
     bool firstIndexedWarning();

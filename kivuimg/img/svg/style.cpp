@@ -396,7 +396,9 @@ std::string TImageSVG::_opacityState(const char* key, float opacity) {
     state->set(key, sformat("%.4f", static_cast<double>(zeon(opacity))));
     state->set("BM", "/Normal");
     const uint64_t number = objects_->addCustom(state, false);
-    return sformat(" /GS%llu gs ", static_cast<unsigned long long>(number));
+    const std::string name = sformat("GS%llu", static_cast<unsigned long long>(number));
+    nameResource(name, "ExtGState", ResourceSource::sharedState, number);
+    return " /" + name + " gs ";
 }
 
 std::array<std::string, 2> TImageSVG::svgStyle(TSvgElement* element) {

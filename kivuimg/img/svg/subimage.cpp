@@ -117,6 +117,7 @@ void TSvgSubImage::writeData(TContent& out, float scale) {
     out.save(" q ").num(fit.w * scale).raw("0 0 ").num(fit.h * scale);
     out.num(fit.px * scale).num(-(fit.py + fit.h) * scale).raw("cm ");
     out.raw(sformat("/I%llu Do", static_cast<unsigned long long>(id))).restore(" Q");
+    doc->nameResource(sformat("I%llu", static_cast<unsigned long long>(id)), "XObject", ResourceSource::object, id);
     out.raw("\n");
     if (!transform.empty()) out.restore("Q\n");
     if (fit.slice) out.restore("Q");

@@ -2,6 +2,8 @@
 
 #include <libxml/tree.h>
 
+#include <algorithm>
+
 #include "kivuimg/commons/core/buffer.h"
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/core/log.h"
@@ -154,6 +156,10 @@ void TSvgText::writeRun(TContent& out, float scale) {
     }
     if (paint == -1 || rawFont_.text.empty()) return;
     const uint64_t state = textState(doc->objects(), zeon(style_.fillOpacity), zeon(style_.strokeOpacity));
+    doc->nameResource(sformat("F%d", rawFont_.fontId), "Font", ResourceSource::font,
+                      static_cast<uint64_t>(std::max(rawFont_.fontId, 0)));
+    doc->nameResource(sformat("GS%llu", static_cast<unsigned long long>(state)), "ExtGState",
+                      ResourceSource::sharedState, state);
     const std::string font =
         sformat("/F%d %.3f Tf /GS%llu gs %d Tr %s %s ", rawFont_.fontId, static_cast<double>(style_.fontSize),
                 static_cast<unsigned long long>(state), paint, fill.c_str(), stroke.c_str());
