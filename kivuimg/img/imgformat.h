@@ -78,6 +78,9 @@ public:
     virtual bool isIndexed() { return false; }
     virtual int width() { return width_; }
     virtual int height() { return height_; }
+    // The size in pixels where it need not be whole (drawings).
+    virtual double exactWidth() { return width(); }
+    virtual double exactHeight() { return height(); }
     virtual int origWidth() { return width(); }
     virtual int origHeight() { return height(); }
     virtual int positionX() { return 0; }

@@ -184,6 +184,7 @@ std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuff
             name.clear();
             return nullptr;
         }
+        image->src(name);
         image->readSpecs();
         return image;
     } catch (const std::exception& e) {

@@ -237,8 +237,8 @@ void PdfWriter::addPage(std::unique_ptr<TImageFormat> image) {
     resources.add("XObject", resName, imageNum);
     TBaseObject* form = image->isFormObject() ? objects_.get(imageNum) : nullptr;
     // A drawing may claim no size at all: it keeps one point.
-    double w = image->width() * 72.0 / dpi_;
-    double h = image->height() * 72.0 / dpi_;
+    double w = image->exactWidth() * 72.0 / dpi_;
+    double h = image->exactHeight() * 72.0 / dpi_;
     if (!(w > 0)) w = 1;
     if (!(h > 0)) h = 1;
     if (turnsQuarter(orientation)) std::swap(w, h);

@@ -72,6 +72,7 @@ TSettings::TSettings(const std::string& path, LogOut out, int) {
     timeLimit_ = intKey(conf, "time-limit", timeLimit_);
     defaultLanguage_ = stringKey(conf, "lang", defaultLanguage_);
     const std::string rules = stringKey(conf, "rules", "engine");
+    allowNetwork_ = boolKey(conf, "allow-network", false);
     const std::string pathout = stringKey(conf, "pathout", "$DEFAULT");
 
     logPath_ = sub(home_, {"logs"});

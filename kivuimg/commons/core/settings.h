@@ -57,6 +57,10 @@ public:
     // when absent.  A host may choose them before it loads drawings.
     Rules rules() const { return rules_; }
     void rules(Rules r) { rules_ = r; }
+    // Whether drawings may fetch their pictures over the network:
+    // "allow-network" in the configuration, false when absent.
+    bool allowNetwork() const { return allowNetwork_; }
+    void allowNetwork(bool on) { allowNetwork_ = on; }
 
     // KIVU_HOME, else the user profile's "Kivu" folder (HOME stands in for
     // USERPROFILE); neither ends the process through g_error.
@@ -98,6 +102,7 @@ private:
     int memOptOnEveryPage_ = 0;
     int timeLimit_ = 10;
     Rules rules_ = rulesEngine;
+    bool allowNetwork_ = false;
     std::unique_ptr<TLog> log_;
 };
 

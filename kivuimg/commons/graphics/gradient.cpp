@@ -43,6 +43,7 @@ size_t SGradient::toHash() const {
     size_t h = 0;
     for (const SGradColor& c : colors) hashCombine(h, c.toHash());
     for (float f : coords) hashValue(h, f);
+    for (float f : matrix) hashValue(h, f);
     hashValue(h, static_cast<int32_t>(colorSpace));
     hashValue(h, shadingType);
     hashValue(h, active);

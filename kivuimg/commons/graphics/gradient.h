@@ -56,6 +56,9 @@ struct KIVU_API SGradient {
     std::array<float, 6> coords{std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN(),
                                 std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN(),
                                 std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN()};
+    // Where a shading pattern of the record ("gradientPattern" names) maps
+    // the coordinates: pattern space to the Form's space, as PDF's Matrix.
+    std::array<float, 6> matrix{1, 0, 0, 1, 0, 0};
     ColorSpace colorSpace = csAuto;
     int32_t shadingType = 2;  // PDF ShadingType: 2 axial, 3 radial
     bool active = false;

@@ -6,16 +6,19 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <limits>
 
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/core/log.h"
 #include "kivuimg/commons/core/regex.h"
+#include "kivuimg/commons/core/settings.h"
 #include "kivuimg/commons/funcs.h"
 #include "kivuimg/commons/indirectobj.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/svg/group.h"
 #include "kivuimg/img/svg/pathgeom.h"
+#include "kivuimg/img/svg/standard/drawing.h"
 #include "kivuimg/img/svg/subimage.h"
 #include "kivuimg/img/svg/text.h"
 #include "kivuimg/img/svg/transform.h"
@@ -109,6 +112,7 @@ void TImageSVG::readSpecs() {
         return;
     }
     const SReadDepth nested;
+    if (currentRules() == rulesStandard) return _readStandard();
     const std::string text = rebuiltText();
     xmlCheckVersion(20903);
     // No network, and no entity is substituted: a document reaches nothing
@@ -136,6 +140,25 @@ void TImageSVG::readSpecs() {
     }
     xmlFreeDoc(doc);
 }
+
+// The drawing by the standard rules; the Form's box is [0 0 w -h] in points.
+void TImageSVG::_readStandard() {
+    standard_ = std::make_unique<stdsvg::TStandardDrawing>(*this);
+    std::string folder;
+    std::error_code ec;
+    if (!src_.empty() && fileExists(src_)) folder = std::filesystem::absolute(src_, ec).parent_path().string();
+    standard_->read(buffer_ ? buffer_->bytes() : std::span<const uint8_t>(), folder);
+    width_ = static_cast<int32_t>(std::lround(standard_->width()));
+    height_ = static_cast<int32_t>(std::lround(standard_->height()));
+    unit_ = uPx;
+    documentScale_ = 0.75f, documentScaleY_ = 1.0f;
+    positionX_ = positionY_ = 0;
+    origWidth_ = static_cast<float>(standard_->width() * 0.75);
+    origHeight_ = -static_cast<float>(standard_->height() * 0.75);
+}
+
+double TImageSVG::exactWidth() { return standard_ ? standard_->width() : width(); }
+double TImageSVG::exactHeight() { return standard_ ? standard_->height() : height(); }
 
 void TImageSVG::_setSvgViewBox(const Attributes& attributes) {
     attributes_ = attributes;
@@ -266,6 +289,7 @@ void TImageSVG::setGradientsInfo(const std::shared_ptr<std::map<std::string, SGr
 std::unique_ptr<TImageFormat> TImageSVG::getCopy() {
     auto copy = std::make_unique<TImageSVG>(std::make_unique<TBuffer>(0, 8192));
     copy->width_ = width_, copy->height_ = height_;
+    if (standard_) copy->standard_ = standard_->copyFor(*copy);
     copy->unit_ = unit_;
     copy->attributes_ = attributes_;
     copy->classes_ = classes_;
@@ -301,6 +325,10 @@ uint64_t TImageSVG::addObjectSpecs(TObjects* objects, const std::string& name, s
     convertImages_ = convert;
     docName_ = name;
     colorSpace_ = convert != ciNo && space != csAuto ? space : csAuto;
+    if (standard_) {
+        clearResources();
+        return standard_->emit(objects, gradients, colorSpace_);
+    }
     gradientsForOutput_.clear();
     for (const auto& [id, info] : *gradientsInfo_) gradientsForOutput_.emplace(id, info.makeCopy(colorSpace_));
 
@@ -335,6 +363,7 @@ uint64_t TImageSVG::addObjectSpecs(TObjects* objects, const std::string& name, s
 }
 
 void TImageSVG::addObjectMask(TObjects* objects) {
+    if (standard_) return;
     TIndirectObject* group = objects->add(0);
     group->comment("SVG/Transparency");
     group->args({"Type", "Group"});
@@ -343,7 +372,21 @@ void TImageSVG::addObjectMask(TObjects* objects) {
 
 // ---- fonts and sub-images -----------------------------------------------------------------
 
-bool TImageSVG::has2Pass() { return !subImageSources_.empty() || !rawFonts_.empty(); }
+bool TImageSVG::has2Pass() {
+    if (standard_) return !standard_->fontRequests().empty() || !standard_->pictureSources().empty();
+    return !subImageSources_.empty() || !rawFonts_.empty();
+}
+
+std::vector<SRawFont> TImageSVG::getRawFonts() { return standard_ ? standard_->fontRequests() : rawFonts_; }
+
+std::vector<std::string> TImageSVG::getSubImageSources() {
+    return standard_ ? standard_->pictureSources() : subImageSources_;
+}
+
+void TImageSVG::setSubImageIds(const std::vector<SLinkSrcId>& ids) {
+    if (standard_) standard_->setPictureObjects(ids);
+    else subImageIds_ = ids;
+}
 
 void TImageSVG::addRawFont(const SRawFont& font) {
     for (const SRawFont& known : rawFonts_)
@@ -352,6 +395,7 @@ void TImageSVG::addRawFont(const SRawFont& font) {
 }
 
 void TImageSVG::setFont(const SRawFont& font) {
+    if (standard_) return standard_->setFont(font);
     for (const auto& element : elements_) {
         if (auto* text = dynamic_cast<TSvgText*>(element.get())) text->setFont(font);
         else if (auto* group = dynamic_cast<TSvgGroup*>(element.get())) group->setFont(font);
@@ -387,6 +431,7 @@ TSvgSubImage* TImageSVG::getSubImageBySourceName(const std::string& name) {
 }
 
 void TImageSVG::swapSubImage(const std::string& name, const std::string& newName) {
+    if (standard_) return standard_->swapPicture(name, newName);
     for (std::string& source : subImageSources_) {
         if (source != name) continue;
         source = newName;

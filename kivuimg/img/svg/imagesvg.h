@@ -30,6 +30,9 @@
 namespace kivu {
 
 class TSvgSubImage;
+namespace stdsvg {
+class TStandardDrawing;
+}
 
 // How many elements one document may hold, clones made for `use` counted;
 // past it reading fails.  Nested `use` references can multiply a few bytes
@@ -52,18 +55,22 @@ public:
     ~TImageSVG() override;
 
     // ---- the image contract ----
+    // The rules an image is read by are those of the settings when
+    // readSpecs runs; the image keeps them.
     std::string ext() const override { return "SVG"; }
     // True when the drawing asks the host for fonts or sub-images first.
     bool has2Pass() override;
-    std::vector<SRawFont> getRawFonts() override { return rawFonts_; }
+    std::vector<SRawFont> getRawFonts() override;
     void setFont(const SRawFont& font) override;
     void addSubImageSource(const std::string& name) override;
     void swapSubImage(const std::string& name, const std::string& newName) override;
-    std::vector<std::string> getSubImageSources() override { return subImageSources_; }
-    void setSubImageIds(const std::vector<SLinkSrcId>& ids) override { subImageIds_ = ids; }
+    std::vector<std::string> getSubImageSources() override;
+    void setSubImageIds(const std::vector<SLinkSrcId>& ids) override;
     bool hasMask() override { return true; }
     bool isFormObject() override { return true; }
-    // Reports by log only; raises nothing but the element budget.
+    // Engine rules: reports by log only; raises nothing but the element
+    // budget.  Standard rules: raises with the reason when the bytes are no
+    // drawing.
     void readSpecs() override;
     // The Form XObject of the whole tree; its Group names the object that
     // addObjectMask adds next.  Consumes the tree: a second call gives an
@@ -71,7 +78,11 @@ public:
     uint64_t addObjectSpecs(TObjects* objects, const std::string& name, std::vector<SGradient>* gradients,
                             ColorSpace space, ConvertImages convert) override;
     // The Form's transparency group; call right after addObjectSpecs.
+    // Under the standard rules addObjectSpecs makes the group itself, and
+    // this adds nothing.
     void addObjectMask(TObjects* objects) override;
+    double exactWidth() override;
+    double exactHeight() override;
     int origWidth() override;
     int origHeight() override;
     int positionX() override;
@@ -119,6 +130,11 @@ public:
     virtual std::vector<std::string> regSplit(const std::string& pattern, const std::string& subject,
                                               const std::string& flags);
 
+    // The rules this image was read by.
+    Rules rules() const { return standard_ ? rulesStandard : rulesEngine; }
+    // Marks an object of this emission as taking the drawing's Resources.
+    void holdResources(uint64_t number) { addResourceHolder(number); }
+
     // Records a name the content being written uses (see resourceNames).
     void nameResource(const std::string& name, const char* category, ResourceSource source, uint64_t index) {
         useResource(name, category, source, index);
@@ -158,6 +174,7 @@ public:
     ColorSpace targetSpace() const { return colorSpace_; }
 
 private:
+    void _readStandard();
     std::string rebuiltText();
     void parseDocument(const std::string& text);
     void _setSvgViewBox(const Attributes& attributes);
@@ -204,6 +221,8 @@ private:
     std::vector<SRawFont> rawFonts_;
     std::vector<std::string> subImageSources_;
     std::vector<SLinkSrcId> subImageIds_;
+    // The drawing under the standard rules; null under the engine's.
+    std::unique_ptr<stdsvg::TStandardDrawing> standard_;
     uint64_t elementCount_ = 0;
     bool overBudget_ = false;
     bool indexedWarned_ = false;

@@ -1,0 +1,340 @@
+#include "kivuimg/img/svg/standard/document.h"
+
+#include <libxml/entities.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libxml/xmlerror.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "kivuimg/commons/core/cstr.h"
+
+namespace kivu::stdsvg {
+
+namespace {
+
+constexpr const char* kSvgNamespace = "http://www.w3.org/2000/svg";
+constexpr const char* kXlinkNamespace = "http://www.w3.org/1999/xlink";
+constexpr const char* kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
+
+struct STagName {
+    const char* name;
+    SvgTag tag;
+};
+
+constexpr STagName kTags[] = {
+    {"svg", SvgTag::svg},         {"g", SvgTag::g},
+    {"defs", SvgTag::defs},       {"symbol", SvgTag::symbol},
+    {"use", SvgTag::use},         {"rect", SvgTag::rect},
+    {"circle", SvgTag::circle},   {"ellipse", SvgTag::ellipse},
+    {"line", SvgTag::line},       {"polyline", SvgTag::polyline},
+    {"polygon", SvgTag::polygon}, {"path", SvgTag::path},
+    {"text", SvgTag::text},       {"tspan", SvgTag::tspan},
+    {"textPath", SvgTag::textPath}, {"image", SvgTag::image},
+    {"a", SvgTag::a},             {"switch", SvgTag::switchTag},
+    {"style", SvgTag::style},     {"linearGradient", SvgTag::linearGradient},
+    {"radialGradient", SvgTag::radialGradient}, {"stop", SvgTag::stop},
+    {"pattern", SvgTag::pattern}, {"clipPath", SvgTag::clipPath},
+    {"mask", SvgTag::mask},       {"marker", SvgTag::marker},
+    {"filter", SvgTag::filter},   {"title", SvgTag::title},
+    {"desc", SvgTag::desc},       {"metadata", SvgTag::metadata},
+    {"foreignObject", SvgTag::foreignObject},
+};
+
+SvgTag tagOf(std::string_view name) {
+    for (const STagName& t : kTags)
+        if (name == t.name) return t.tag;
+    return SvgTag::unknown;
+}
+
+std::string text(const xmlChar* chars) { return chars ? std::string(reinterpret_cast<const char*>(chars)) : ""; }
+
+bool inSvgNamespace(const xmlNode* node) {
+    return !node->ns || !node->ns->href || std::strcmp(reinterpret_cast<const char*>(node->ns->href), kSvgNamespace) == 0;
+}
+
+// Elements whose character data is drawn or read.
+bool keepsCharacterData(SvgTag tag) {
+    return tag == SvgTag::text || tag == SvgTag::tspan || tag == SvgTag::textPath || tag == SvgTag::style ||
+           tag == SvgTag::a;
+}
+
+// The text of a node list: text, CDATA, and the replacement text of the
+// document's own (internal) entities, one level deep.
+std::string listText(xmlDoc* doc, const xmlNode* first) {
+    std::string out;
+    for (const xmlNode* n = first; n; n = n->next) {
+        if (n->type == XML_TEXT_NODE || n->type == XML_CDATA_SECTION_NODE) {
+            out += text(n->content);
+        } else if (n->type == XML_ENTITY_REF_NODE) {
+            const xmlEntity* e = xmlGetDocEntity(doc, n->name);
+            if (e && e->etype == XML_INTERNAL_GENERAL_ENTITY) out += text(e->content);
+        }
+    }
+    return out;
+}
+
+std::string parseFailure(xmlParserCtxtPtr ctxt) {
+    const xmlError* e = ctxt ? xmlCtxtGetLastError(ctxt) : nullptr;
+    if (!e || !e->message) return "SVG: not well-formed";
+    std::string message = strip(text(reinterpret_cast<const xmlChar*>(e->message)));
+    return sformat("SVG: not well-formed at line %d (%s)", e->line, message.c_str());
+}
+
+}  // namespace
+
+// ---- nodes ---------------------------------------------------------------------
+
+const std::string* TSvgNode::attribute(std::string_view name) const {
+    for (const auto& [key, value] : attributes)
+        if (key == name) return &value;
+    return nullptr;
+}
+
+bool TSvgNode::hasClass(std::string_view c) const {
+    const std::string* list = attribute("class");
+    if (!list || c.empty()) return false;
+    const std::string_view l(*list);
+    size_t i = 0;
+    while (i < l.size()) {
+        while (i < l.size() && isSpace(l[i])) ++i;
+        size_t n = 0;
+        while (i + n < l.size() && !isSpace(l[i + n])) ++n;
+        if (n && l.substr(i, n) == c) return true;
+        i += n;
+    }
+    return false;
+}
+
+const TSvgNode* TSvgNode::previousElement() const {
+    if (!parent) return nullptr;
+    for (uint32_t i = childIndex; i-- > 0;)
+        if (!parent->children[i]->isText) return parent->children[i].get();
+    return nullptr;
+}
+
+const TSvgNode* TSvgNode::nextElement() const {
+    if (!parent) return nullptr;
+    for (size_t i = childIndex + 1; i < parent->children.size(); ++i)
+        if (!parent->children[i]->isText) return parent->children[i].get();
+    return nullptr;
+}
+
+const SDecl* TSvgNode::declaration(Prop prop) const {
+    for (const SDecl& d : declarations)
+        if (d.prop == prop) return &d;
+    return nullptr;
+}
+
+std::string textContent(const TSvgNode& node) {
+    std::string out;
+    for (const auto& child : node.children)
+        if (child->isText) out += child->text;
+    return out;
+}
+
+// ---- reading -----------------------------------------------------------------------
+
+TSvgDocument::TSvgDocument() = default;
+TSvgDocument::~TSvgDocument() = default;
+
+void TSvgDocument::_count(uint64_t bytes) {
+    bytes_ += bytes;
+    if (bytes_ > limits_.maxBytes)
+        throwf("SVG: the drawing holds more than %llu bytes of elements and text",
+               static_cast<unsigned long long>(limits_.maxBytes));
+}
+
+void TSvgDocument::read(std::span<const uint8_t> bytes, const SReadLimits& limits) {
+    limits_ = limits;
+    if (bytes.size() > limits_.maxBytes)
+        throwf("SVG: the file of %zu bytes is larger than the limit of %llu", bytes.size(),
+               static_cast<unsigned long long>(limits_.maxBytes));
+    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
+    if (!ctxt) throw KivuException("SVG: out of memory");
+    // No network, nothing outside the bytes, no entity substituted by the
+    // parser: the document's own entities are expanded one level below.
+    xmlDocPtr doc = xmlCtxtReadMemory(ctxt, reinterpret_cast<const char*>(bytes.data()),
+                                      static_cast<int>(std::min<size_t>(bytes.size(), INT_MAX)), nullptr, nullptr,
+                                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    if (!doc) {
+        const std::string reason = bytes.empty() ? "SVG: empty file" : parseFailure(ctxt);
+        xmlFreeParserCtxt(ctxt);
+        throw KivuException(reason);
+    }
+    xmlFreeParserCtxt(ctxt);
+    doc_ = doc;
+    try {
+        xmlNode* root = xmlDocGetRootElement(doc);
+        if (!root || text(root->name) != "svg" || !inSvgNamespace(root))
+            throw KivuException("SVG: the root element is not svg");
+        root_ = _build(root, nullptr, 0);
+        _collectStyleSheets(*root_);
+        _count(sheet_.bytes());
+        _cascade(*root_);
+    } catch (...) {
+        xmlFreeDoc(doc);
+        doc_ = nullptr;
+        throw;
+    }
+    xmlFreeDoc(doc);
+    doc_ = nullptr;
+}
+
+void TSvgDocument::_readAttributes(_xmlNode* node, TSvgNode& out) {
+    uint32_t count = 0;
+    bool plainHref = false;
+    for (xmlAttr* a = node->properties; a; a = a->next) {
+        if (++count > limits_.maxAttributes)
+            throwf("SVG: an element holds more than %u attributes", limits_.maxAttributes);
+        const char* ns = a->ns && a->ns->href ? reinterpret_cast<const char*>(a->ns->href) : nullptr;
+        std::string name = text(a->name);
+        if (ns && std::strcmp(ns, kXlinkNamespace) == 0) {
+            if (name != "href") continue;
+            if (plainHref) continue;
+            name = "xlink:href";
+        } else if (ns && std::strcmp(ns, kXmlNamespace) == 0) {
+            name = "xml:" + name;
+        } else if (ns) {
+            continue;  // an editor's own attribute
+        }
+        if (name == "href") plainHref = true;
+        std::string value = listText(doc_, a->children);
+        _count(name.size() + value.size());
+        out.attributes.emplace_back(std::move(name), std::move(value));
+    }
+    // "href" wins over "xlink:href"; either is read as "href".
+    if (plainHref)
+        std::erase_if(out.attributes, [](const auto& kv) { return kv.first == "xlink:href"; });
+    for (auto& kv : out.attributes)
+        if (kv.first == "xlink:href") kv.first = "href";
+}
+
+void TSvgDocument::_addCharacterData(_xmlNode* node, TSvgNode& parent) {
+    std::string data = node->type == XML_ENTITY_REF_NODE ? listText(doc_, node) : text(node->content);
+    if (node->type == XML_ENTITY_REF_NODE) {
+        // listText walked the siblings too: take this reference alone.
+        const xmlEntity* e = xmlGetDocEntity(doc_, node->name);
+        data = e && e->etype == XML_INTERNAL_GENERAL_ENTITY ? text(e->content) : std::string();
+    }
+    if (data.empty()) return;
+    _count(data.size());
+    // Neighbouring pieces (text, CDATA, entities) make one node.
+    if (!parent.children.empty() && parent.children.back()->isText) {
+        parent.children.back()->text += data;
+        return;
+    }
+    auto t = std::make_unique<TSvgNode>();
+    t->isText = true;
+    t->text = std::move(data);
+    t->parent = &parent;
+    t->childIndex = static_cast<uint32_t>(parent.children.size());
+    parent.children.push_back(std::move(t));
+}
+
+std::unique_ptr<TSvgNode> TSvgDocument::_build(_xmlNode* node, TSvgNode* parent, int depth) {
+    if (depth > limits_.maxDepth) throwf("SVG: elements nest deeper than %d levels", limits_.maxDepth);
+    if (++elements_ > limits_.maxElements)
+        throwf("SVG: the drawing holds more than %llu elements", static_cast<unsigned long long>(limits_.maxElements));
+    auto out = std::make_unique<TSvgNode>();
+    out->name = text(node->name);
+    out->tag = tagOf(out->name);
+    out->parent = parent;
+    _count(out->name.size() + 16);
+    _readAttributes(node, *out);
+    if (const std::string* id = out->attribute("id"))
+        if (!id->empty()) ids_.try_emplace(std::string_view(*id), out.get());
+    const bool keepData = keepsCharacterData(out->tag);
+    for (xmlNode* c = node->children; c; c = c->next) {
+        if (c->type == XML_ELEMENT_NODE) {
+            if (!inSvgNamespace(c)) continue;
+            std::unique_ptr<TSvgNode> child = _build(c, out.get(), depth + 1);
+            child->childIndex = static_cast<uint32_t>(out->children.size());
+            out->children.push_back(std::move(child));
+        } else if (keepData && (c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE ||
+                                c->type == XML_ENTITY_REF_NODE)) {
+            _addCharacterData(c, *out);
+        }
+    }
+    return out;
+}
+
+const TSvgNode* TSvgDocument::byId(std::string_view id) const {
+    auto it = ids_.find(id);
+    return it == ids_.end() ? nullptr : it->second;
+}
+
+// ---- style -------------------------------------------------------------------------------
+
+void TSvgDocument::_collectStyleSheets(const TSvgNode& node) {
+    for (const auto& child : node.children) {
+        if (child->isText) continue;
+        if (child->tag == SvgTag::style) {
+            const std::string type = lowerAscii(trimSpace(child->attributeOr("type")));
+            if (type.empty() || type == "text/css") sheet_.parse(textContent(*child));
+            continue;
+        }
+        _collectStyleSheets(*child);
+    }
+}
+
+namespace {
+
+// A declaration that competes in the cascade: origin level (presentation
+// attribute 0, sheet 1, style attribute 2, and 3 and 4 the same with
+// !important), specificity and order break ties.
+struct SCandidate {
+    Prop prop;
+    std::string_view value;
+    uint32_t level, specificity, order;
+    bool beats(const SCandidate& o) const {
+        if (level != o.level) return level > o.level;
+        if (specificity != o.specificity) return specificity > o.specificity;
+        return order >= o.order;
+    }
+};
+
+void offer(std::vector<SCandidate>& winners, const SCandidate& c) {
+    if (!validValue(c.prop, c.value)) return;
+    for (SCandidate& w : winners)
+        if (w.prop == c.prop) {
+            if (c.beats(w)) w = c;
+            return;
+        }
+    winners.push_back(c);
+}
+
+}  // namespace
+
+void TSvgDocument::_cascade(TSvgNode& node) {
+    std::vector<SCandidate> winners;
+    uint32_t order = 0;
+    for (const auto& [name, value] : node.attributes) {
+        const Prop p = propertyByName(name);
+        if (p != Prop::count && propertyInfo(p).presentation) offer(winners, {p, value, 0, 0, order++});
+    }
+    std::vector<const SRule*> rules;
+    sheet_.matching(node, rules);
+    for (const SRule* rule : rules)
+        for (const SDeclaration& d : *rule->body) {
+            const Prop p = propertyByName(d.property);
+            if (p != Prop::count) offer(winners, {p, d.value, d.important ? 3u : 1u, rule->specificity, rule->order});
+        }
+    if (const std::string* style = node.attribute("style")) {
+        auto inline_ = std::make_unique<TDeclarations>();
+        parseDeclarations(*style, *inline_);
+        for (const SDeclaration& d : *inline_) {
+            const Prop p = propertyByName(d.property);
+            if (p != Prop::count) offer(winners, {p, d.value, d.important ? 4u : 2u, 0, 0});
+        }
+        node.inlineStyle = std::move(inline_);
+    }
+    node.declarations.reserve(winners.size());
+    for (const SCandidate& w : winners) node.declarations.push_back(SDecl{w.prop, w.value});
+    for (auto& child : node.children)
+        if (!child->isText) _cascade(*child);
+}
+
+}  // namespace kivu::stdsvg

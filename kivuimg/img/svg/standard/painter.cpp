@@ -1,0 +1,483 @@
+#include "kivuimg/img/svg/standard/painter.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/img/svg/standard/document.h"
+#include "kivuimg/img/svg/standard/image.h"
+#include "kivuimg/img/svg/standard/text.h"
+
+namespace kivu::stdsvg {
+
+namespace {
+
+// Instances and viewports nested deeper than this are not drawn.
+constexpr int kMaxNesting = 64;
+
+bool isShape(SvgTag t) {
+    return t == SvgTag::rect || t == SvgTag::circle || t == SvgTag::ellipse || t == SvgTag::line ||
+           t == SvgTag::polyline || t == SvgTag::polygon || t == SvgTag::path;
+}
+
+bool isContainer(SvgTag t) { return t == SvgTag::g || t == SvgTag::a || t == SvgTag::switchTag; }
+
+// Elements drawn where they stand.
+bool isRendered(SvgTag t) {
+    return isShape(t) || isContainer(t) || t == SvgTag::svg || t == SvgTag::use || t == SvgTag::text ||
+           t == SvgTag::image;
+}
+
+// The words of a list separated by commas or white space.
+std::vector<std::string_view> words(std::string_view text, bool commas) {
+    std::vector<std::string_view> out;
+    size_t i = 0;
+    while (i < text.size()) {
+        while (i < text.size() && (isSpace(text[i]) || (commas && text[i] == ','))) ++i;
+        size_t n = 0;
+        while (i + n < text.size() && !isSpace(text[i + n]) && !(commas && text[i + n] == ',')) ++n;
+        if (n) out.push_back(text.substr(i, n));
+        i += n;
+    }
+    return out;
+}
+
+SMatrix elementTransform(const TSvgNode& node, const SStyle& style) {
+    if (style.hasTransform) return style.transform;
+    SMatrix m;
+    if (const std::string* t = node.attribute("transform"))
+        if (!parseTransform(*t, m)) m = SMatrix{};
+    return m;
+}
+
+}  // namespace
+
+bool conditionsPass(const TSvgNode& node) {
+    if (const std::string* ext = node.attribute("requiredExtensions"))
+        if (words(*ext, false).size() != 0 || ext->empty()) return false;
+    if (const std::string* features = node.attribute("requiredFeatures"))
+        if (trimSpace(*features).empty()) return false;
+    if (const std::string* langs = node.attribute("systemLanguage")) {
+        bool any = false;
+        for (std::string_view lang : words(*langs, true)) {
+            const std::string l = lowerAscii(lang);
+            any = any || l == "en" || l.rfind("en-", 0) == 0;
+        }
+        if (!any) return false;
+    }
+    return true;
+}
+
+TPainter::TPainter(const TSvgDocument& doc, TDrawingHost& host) : doc_(doc), host_(host) {}
+TPainter::~TPainter() = default;
+
+SStyle TPainter::styleInDocument(const TSvgNode& node) {
+    auto it = documentStyles_.find(&node);
+    if (it != documentStyles_.end()) return it->second;
+    const SStyle parent = node.parent ? styleInDocument(*node.parent) : SStyle{};
+    SStyle style = computeStyle(node.declarations, parent);
+    documentStyles_.emplace(&node, style);
+    return style;
+}
+
+// ---- the walk --------------------------------------------------------------------
+
+void TPainter::collect(const SMatrix& root, const SViewport& vp) {
+    canvas_ = nullptr;
+    _walk(SState{root, {}, vp, 0});
+}
+
+void TPainter::paint(TCanvas& canvas, const SMatrix& root, const SViewport& vp) {
+    canvas_ = &canvas;
+    _walk(SState{root, {}, vp, 0});
+    canvas_ = nullptr;
+}
+
+void TPainter::_walk(const SState& start) {
+    const TSvgNode* root = doc_.root();
+    if (!root) return;
+    SState state = start;
+    state.style = computeStyle(root->declarations, SStyle{});
+    if (state.style.displayNone) return;
+    state.ctm = state.ctm * elementTransform(*root, state.style);
+    _withOpacity(state.style.opacity, state, [&] { _children(*root, state); });
+}
+
+void TPainter::_children(const TSvgNode& node, const SState& state) {
+    if (node.tag == SvgTag::switchTag) {
+        // The first child whose conditions pass is drawn, and no other.
+        for (const auto& child : node.children)
+            if (!child->isText && isRendered(child->tag) && conditionsPass(*child)) return _element(*child, state);
+        return;
+    }
+    for (const auto& child : node.children)
+        if (!child->isText) _element(*child, state);
+}
+
+// The element's own state: style, transformation; false when it is not drawn.
+bool TPainter::_enter(const TSvgNode& node, const SState& parent, SState& state) {
+    if (!isRendered(node.tag) || !conditionsPass(node)) return false;
+    state = parent;
+    state.style = computeStyle(node.declarations, parent.style);
+    if (state.style.displayNone) return false;
+    state.ctm = parent.ctm * elementTransform(node, state.style);
+    return state.ctm.finite();
+}
+
+void TPainter::_element(const TSvgNode& node, const SState& parent) {
+    SState state;
+    if (!_enter(node, parent, state)) return;
+    if (isShape(node.tag)) return _shape(node, state);
+    if (node.tag == SvgTag::text) return drawText(*this, node, state);
+    if (node.tag == SvgTag::image) return drawImage(*this, node, state);
+    _withOpacity(state.style.opacity, state, [&] { _draw(node, state); });
+}
+
+void TPainter::_draw(const TSvgNode& node, const SState& state) {
+    switch (node.tag) {
+        case SvgTag::use: return _use(node, state);
+        case SvgTag::svg: return _viewport(node, state, 0, 0, false, false);
+        default: return _children(node, state);
+    }
+}
+
+// Draws as a group with that opacity: the content is composited as a
+// whole (a transparency group), so that its parts don't show through one
+// another.
+void TPainter::_withOpacity(float opacity, const SState& state, const std::function<void()>& draw) {
+    if (opacity >= 1 || !canvas_) return draw();
+    if (opacity <= 0) return;
+    canvas_->beginForm();
+    draw();
+    const uint64_t form = canvas_->endForm("SVG/Group", true);
+    canvas_->out().save("q\n");
+    canvas_->alpha(opacity, opacity);
+    canvas_->drawForm(form);
+    canvas_->out().restore("Q\n");
+    (void)state;
+}
+
+// ---- instances and viewports ----------------------------------------------------------
+
+void TPainter::_use(const TSvgNode& node, const SState& state) {
+    const std::string* href = node.attribute("href");
+    const TSvgNode* target = href ? doc_.byId(localId(*href)) : nullptr;
+    if (!target || state.depth >= kMaxNesting) return;
+    // A use inside its own target, or one already being drawn, would never end.
+    for (const TSvgNode* p = &node; p; p = p->parent)
+        if (p == target) return;
+    if (std::find(uses_.begin(), uses_.end(), &node) != uses_.end()) return;
+    uses_.push_back(&node);
+    _instance(*target, node, state);
+    uses_.pop_back();
+}
+
+void TPainter::_instance(const TSvgNode& target, const TSvgNode& use, const SState& state) {
+    SState inner = state;
+    inner.depth = state.depth + 1;
+    const double fs = state.style.fontSize;
+    const double x = lengthAttribute(use, "x", Axis::x, 0, fs, state.vp);
+    const double y = lengthAttribute(use, "y", Axis::y, 0, fs, state.vp);
+    inner.ctm = state.ctm * SMatrix::translate(x, y);
+    if (target.tag != SvgTag::symbol && target.tag != SvgTag::svg) return _element(target, inner);
+    SState own;
+    if (!conditionsPass(target)) return;
+    own = inner;
+    own.style = computeStyle(target.declarations, inner.style);
+    if (own.style.displayNone) return;
+    if (target.tag == SvgTag::svg) own.ctm = inner.ctm * elementTransform(target, own.style);
+    double w = 0, h = 0;
+    const bool hasW = lengthAttribute(use, "width", Axis::x, fs, state.vp, w);
+    const bool hasH = lengthAttribute(use, "height", Axis::y, fs, state.vp, h);
+    _withOpacity(own.style.opacity, own, [&] { _viewport(target, own, w, h, hasW, hasH); });
+}
+
+// A nested svg or a symbol: its viewport at x, y of its width and height
+// (a `use` may give these), its view box inside, clipped unless its
+// overflow is visible.
+void TPainter::_viewport(const TSvgNode& node, const SState& state, double w, double h, bool hasW, bool hasH) {
+    if (state.depth >= kMaxNesting) return;
+    const double fs = state.style.fontSize;
+    const double x = lengthAttribute(node, "x", Axis::x, 0, fs, state.vp);
+    const double y = lengthAttribute(node, "y", Axis::y, 0, fs, state.vp);
+    if (!hasW) w = lengthAttribute(node, "width", Axis::x, state.vp.width, fs, state.vp);
+    if (!hasH) h = lengthAttribute(node, "height", Axis::y, state.vp.height, fs, state.vp);
+    if (!(w > 0) || !(h > 0)) return;
+    const SViewBoxPlacement placed = placeViewBox(node, x, y, w, h);
+    if (!placed.drawn) return;
+    SState inner = state;
+    inner.depth = state.depth + 1;
+    inner.ctm = state.ctm * placed.matrix;
+    inner.vp = placed.inner;
+    const bool clip = state.style.overflow != Overflow::visible;
+    if (clip && canvas_) {
+        TPath box = rectPath(x, y, w, h, 0, 0).transformed(state.ctm);
+        canvas_->out().save("q\n");
+        canvas_->path(box, 1);
+        canvas_->out().op("W").op("n");
+    }
+    _children(node, inner);
+    if (clip && canvas_) canvas_->out().restore("Q\n");
+}
+
+// ---- shapes --------------------------------------------------------------------------------
+
+TPath TPainter::_geometry(const TSvgNode& node, const SState& state) {
+    const double fs = state.style.fontSize;
+    const SViewport& vp = state.vp;
+    auto len = [&](const char* name, Axis axis, double fallback = 0) {
+        return lengthAttribute(node, name, axis, fallback, fs, vp);
+    };
+    switch (node.tag) {
+        case SvgTag::rect: {
+            const double w = len("width", Axis::x), h = len("height", Axis::y);
+            if (!(w > 0) || !(h > 0)) return {};
+            double rx = 0, ry = 0;
+            bool hasRx = lengthAttribute(node, "rx", Axis::x, fs, vp, rx) && rx >= 0;
+            bool hasRy = lengthAttribute(node, "ry", Axis::y, fs, vp, ry) && ry >= 0;
+            if (!hasRx) rx = hasRy ? ry : 0;
+            if (!hasRy) ry = hasRx ? rx : 0;
+            return rectPath(len("x", Axis::x), len("y", Axis::y), w, h, rx, ry);
+        }
+        case SvgTag::circle: {
+            const double r = len("r", Axis::other);
+            if (!(r > 0)) return {};
+            return ellipsePath(len("cx", Axis::x), len("cy", Axis::y), r, r);
+        }
+        case SvgTag::ellipse: {
+            double rx = 0, ry = 0;
+            const bool hasRx = lengthAttribute(node, "rx", Axis::x, fs, vp, rx);
+            const bool hasRy = lengthAttribute(node, "ry", Axis::y, fs, vp, ry);
+            if (!hasRx) rx = ry;
+            if (!hasRy) ry = rx;
+            if (!(rx > 0) || !(ry > 0)) return {};
+            return ellipsePath(len("cx", Axis::x), len("cy", Axis::y), rx, ry);
+        }
+        case SvgTag::line: {
+            TPath p;
+            p.moveTo(len("x1", Axis::x), len("y1", Axis::y));
+            p.lineTo(len("x2", Axis::x), len("y2", Axis::y));
+            return p;
+        }
+        case SvgTag::polyline:
+        case SvgTag::polygon: {
+            const std::vector<double> v = parsePoints(node.attributeOr("points"));
+            TPath p;
+            if (v.size() < 4) return p;
+            p.moveTo(v[0], v[1]);
+            for (size_t i = 2; i + 1 < v.size(); i += 2) p.lineTo(v[i], v[i + 1]);
+            if (node.tag == SvgTag::polygon) p.close();
+            return p;
+        }
+        case SvgTag::path: return parsePathData(node.attributeOr("d"));
+        default: return {};
+    }
+}
+
+void TPainter::_shape(const TSvgNode& node, const SState& state) {
+    if (!canvas_ || state.style.visibility != Visibility::visible) return;
+    const TPath path = _geometry(node, state);
+    if (path.empty()) return;
+    const SStyle& st = state.style;
+    const bool both = st.fill.kind != SPaint::none && st.stroke.kind != SPaint::none;
+    if (st.opacity < 1 && both) {
+        // Fill and stroke overlap: composited as one.
+        SState inner = state;
+        inner.style.opacity = 1;
+        _withOpacity(st.opacity, state, [&] { fillAndStroke(path, inner); });
+        return;
+    }
+    if (st.opacity <= 0) return;
+    fillAndStroke(path, state);
+}
+
+}  // namespace kivu::stdsvg
+
+// ---- fill and stroke ---------------------------------------------------------------------
+
+namespace kivu::stdsvg {
+
+struct TPainter::SResolvedPaint {
+    enum Kind : uint8_t { none, solid, shading };
+    Kind kind = none;
+    SRgba color;
+    SGradientUse gradient;
+};
+
+TPainter::SResolvedPaint TPainter::_resolve(const SPaint& paint, const SState& state, const SBox& bbox,
+                                            const SBox& cover) {
+    SResolvedPaint out;
+    auto simple = [&](SPaint::Kind kind, const SRgba& rgba) {
+        if (kind == SPaint::color) out.kind = SResolvedPaint::solid, out.color = rgba;
+        else if (kind == SPaint::currentColor) out.kind = SResolvedPaint::solid, out.color = state.style.color;
+    };
+    if (paint.kind != SPaint::url) {
+        simple(paint.kind, paint.rgba);
+        return out;
+    }
+    const TSvgNode* server = doc_.byId(paint.id);
+    std::shared_ptr<SGradientSpec> spec;
+    if (server) {
+        auto it = gradients_.find(server);
+        if (it == gradients_.end()) {
+            auto resolved = std::make_shared<SGradientSpec>();
+            StyleOf styleOf = [this](const TSvgNode& n) { return styleInDocument(n); };
+            if (!resolveGradient(doc_, *server, styleOf, *resolved)) resolved.reset();
+            it = gradients_.emplace(server, resolved).first;
+        }
+        spec = it->second;
+    }
+    if (!spec) {
+        // A reference that paints nothing takes its fallback.
+        if (paint.hasFallback) simple(paint.fallback, paint.fallbackRgba);
+        return out;
+    }
+    out.gradient = gradientUse(*spec, bbox, cover, state.vp, state.style.fontSize);
+    if (out.gradient.none) return out;
+    if (out.gradient.solid) {
+        out.kind = SResolvedPaint::solid;
+        out.color = out.gradient.color;
+        return out;
+    }
+    out.kind = SResolvedPaint::shading;
+    return out;
+}
+
+double TPainter::_strokeWidth(const SState& state) const {
+    return toUserUnits(state.style.strokeWidth, state.style.fontSize, state.vp.diagonal());
+}
+
+void TPainter::_strokeParameters(const SState& state, double s) {
+    const SStyle& st = state.style;
+    TContent& out = canvas_->out();
+    out.num(_strokeWidth(state) * s).op("w");
+    if (st.lineCap) out.num(static_cast<int>(st.lineCap)).op("J");
+    if (st.lineJoin) out.num(static_cast<int>(st.lineJoin)).op("j");
+    if (st.lineJoin == 0 && st.miterLimit != 10) out.num(static_cast<double>(st.miterLimit)).op("M");
+    if (st.dashArray.empty()) return;
+    const double diagonal = state.vp.diagonal();
+    out.raw("[");
+    for (const SLength& l : st.dashArray) out.num(toUserUnits(l, st.fontSize, diagonal) * s);
+    out.raw("] ").num(toUserUnits(st.dashOffset, st.fontSize, diagonal) * s).op("d");
+}
+
+namespace {
+
+// The record's colours in the emission's target space.
+SGradient inTargetSpace(SGradient record, TCanvasHost& host) {
+    ColorSpace cs = csRGB;
+    for (SGradColor& stop : record.colors) {
+        stop.color = host.targetColor(stop.color);
+        cs = stop.color.cs();
+    }
+    record.colorSpace = cs;
+    return record;
+}
+
+void matrix(TContent& out, const SMatrix& m) {
+    out.num(m.a, 6).num(m.b, 6).num(m.c, 6).num(m.d, 6).num(m.e).num(m.f).op("cm");
+}
+
+}  // namespace
+
+void TPainter::_gradientFill(const TPath& path, const SState& state, const SPlacement& pl, const SResolvedPaint& p,
+                             float alpha, bool evenOdd) {
+    TContent& out = canvas_->out();
+    out.save("q\n");
+    canvas_->path(path, pl.scale);
+    out.op(evenOdd ? "W*" : "W").op("n");
+    matrix(out, SMatrix::scale(pl.scale, pl.scale) * p.gradient.space);
+    canvas_->alpha(alpha, 1);
+    canvas_->shade(canvas_->gradientRecord(inTargetSpace(p.gradient.record, host_)));
+    out.restore("Q\n");
+    (void)state;
+}
+
+void TPainter::_gradientStroke(const TPath& path, const SState& state, const SPlacement& pl,
+                               const SResolvedPaint& p, float alpha) {
+    TContent& out = canvas_->out();
+    const SMatrix toScaled = SMatrix::scale(pl.scale, pl.scale) * p.gradient.space;
+    SGradient record = inTargetSpace(p.gradient.record, host_);
+    const SMatrix m = pl.cm * toScaled;
+    record.matrix = {static_cast<float>(m.a), static_cast<float>(m.b), static_cast<float>(m.c),
+                     static_cast<float>(m.d), static_cast<float>(m.e), static_cast<float>(m.f)};
+    const int k = canvas_->gradientRecord(record);
+    out.save("q\n");
+    if (record.hasAlpha) {
+        // The soft mask is drawn in the space where it is set: the gradient's.
+        matrix(out, toScaled);
+        const std::string mask = sformat("TGS%d", k);
+        host_.nameResource(mask, "ExtGState", ResourceSource::gradientMask, static_cast<uint64_t>(k));
+        out.raw("/" + mask + " gs\n");
+        matrix(out, toScaled.inverse());
+    }
+    canvas_->alpha(1, alpha);
+    _strokeParameters(state, pl.scale);
+    canvas_->patternPaint(k, true);
+    canvas_->path(path, pl.scale);
+    out.op("S");
+    out.restore("Q\n");
+}
+
+void TPainter::fillAndStroke(const TPath& path, const SState& state, bool withStroke) {
+    if (!canvas_) return;
+    SPlacement pl;
+    if (!TCanvas::placement(state.ctm, pl)) return;
+    const SStyle& st = state.style;
+    const SBox bbox = path.bounds();
+    const double width = withStroke && st.stroke.kind != SPaint::none ? _strokeWidth(state) : 0;
+    SBox cover = bbox;
+    if (width > 0) cover = SBox{bbox.x0 - width * 2, bbox.y0 - width * 2, bbox.x1 + width * 2, bbox.y1 + width * 2};
+    const SResolvedPaint fill = _resolve(st.fill, state, bbox, bbox);
+    const SResolvedPaint stroke = width > 0 ? _resolve(st.stroke, state, bbox, cover) : SResolvedPaint{};
+    if (fill.kind == SResolvedPaint::none && stroke.kind == SResolvedPaint::none) return;
+    const float fa = st.fillOpacity * st.opacity * (fill.kind == SResolvedPaint::solid ? fill.color.a : 1);
+    const float sa = st.strokeOpacity * st.opacity * (stroke.kind == SResolvedPaint::solid ? stroke.color.a : 1);
+    TContent& out = canvas_->out();
+    canvas_->begin(pl);
+    if (fill.kind == SResolvedPaint::solid && stroke.kind == SResolvedPaint::solid && !st.strokeFirst) {
+        canvas_->alpha(fa, sa);
+        canvas_->color(fill.color, false);
+        canvas_->color(stroke.color, true);
+        _strokeParameters(state, pl.scale);
+        canvas_->path(path, pl.scale);
+        out.op(st.fillEvenOdd ? "B*" : "B");
+        canvas_->end();
+        return;
+    }
+    auto paintFill = [&] {
+        if (fill.kind == SResolvedPaint::shading) return _gradientFill(path, state, pl, fill, fa, st.fillEvenOdd);
+        if (fill.kind != SResolvedPaint::solid) return;
+        out.save("q\n");
+        canvas_->alpha(fa, 1);
+        canvas_->color(fill.color, false);
+        canvas_->path(path, pl.scale);
+        out.op(st.fillEvenOdd ? "f*" : "f");
+        out.restore("Q\n");
+    };
+    auto paintStroke = [&] {
+        if (stroke.kind == SResolvedPaint::shading) return _gradientStroke(path, state, pl, stroke, sa);
+        if (stroke.kind != SResolvedPaint::solid) return;
+        out.save("q\n");
+        canvas_->alpha(1, sa);
+        canvas_->color(stroke.color, true);
+        _strokeParameters(state, pl.scale);
+        canvas_->path(path, pl.scale);
+        out.op("S");
+        out.restore("Q\n");
+    };
+    if (st.strokeFirst) paintStroke(), paintFill();
+    else paintFill(), paintStroke();
+    canvas_->end();
+}
+
+bool TPainter::solidPaint(const SPaint& paint, float opacity, const SState& state, bool stroke) {
+    if (!canvas_) return false;
+    const SResolvedPaint p = _resolve(paint, state, SBox{}, SBox{});
+    if (p.kind != SResolvedPaint::solid) return false;
+    canvas_->color(p.color, stroke);
+    (void)opacity;
+    return true;
+}
+
+}  // namespace kivu::stdsvg
