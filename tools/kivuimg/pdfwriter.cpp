@@ -164,6 +164,8 @@ uint64_t PdfWriter::resourceObject(const SResourceName& use) {
             return k > 0 && k <= gradients_.size() ? gradientShading(objects_, gradients_[k - 1]) : 0;
         case ResourceSource::gradientMask:
             return k > 0 && k <= gradients_.size() ? gradientSoftMask(objects_, gradients_[k - 1]) : 0;
+        case ResourceSource::gradientPattern:
+            return k > 0 && k <= gradients_.size() ? gradientPattern(objects_, gradients_[k - 1]) : 0;
         case ResourceSource::font: return fonts_.objectNumber(static_cast<int>(std::min<uint64_t>(k, INT32_MAX)));
         case ResourceSource::object: return k && objects_.get(k) ? k : 0;
         default: return 0;

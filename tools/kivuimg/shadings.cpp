@@ -118,6 +118,20 @@ uint64_t gradientShading(TObjects& objects, SGradient& record) {
     return record.shadingObject;
 }
 
+uint64_t gradientPattern(TObjects& objects, SGradient& record) {
+    if (record.patternObject) return record.patternObject;
+    const uint64_t shading = gradientShading(objects, record);
+    TIndirectObject* pattern = objects.add(0);
+    pattern->comment("Gradient/Pattern");
+    pattern->args({"Type", "Pattern"});
+    pattern->set("PatternType", "2");
+    pattern->set("Shading", sformat("%llu 0 R", static_cast<unsigned long long>(shading)));
+    const auto& m = record.matrix;
+    pattern->set("Matrix", numbers({m[0], m[1], m[2], m[3], m[4], m[5]}));
+    record.patternObject = pattern->num();
+    return record.patternObject;
+}
+
 uint64_t gradientSoftMask(TObjects& objects, SGradient& record) {
     if (record.alphaObject) return record.alphaObject;
     TIndirectObject* gray = objects.add(0);

@@ -21,6 +21,8 @@ namespace kivutool {
 
 // The shading of a record: its object number.
 uint64_t gradientShading(kivu::TObjects& objects, kivu::SGradient& record);
+// The shading pattern of a record, at the record's matrix: its object number.
+uint64_t gradientPattern(kivu::TObjects& objects, kivu::SGradient& record);
 // The ExtGState with the record's soft mask: its object number.
 uint64_t gradientSoftMask(kivu::TObjects& objects, kivu::SGradient& record);
 

@@ -52,6 +52,7 @@ size_t SGradient::toHash() const {
     hashValue(h, hasAlpha);
     hashValue(h, shadingObject);
     hashValue(h, alphaObject);
+    hashValue(h, patternObject);
     hashValue(h, done);
     return h;
 }

@@ -67,6 +67,7 @@ struct KIVU_API SGradient {
     bool hasAlpha = false;
     uint64_t shadingObject = 0;  // for the host
     uint64_t alphaObject = 0;    // for the host
+    uint64_t patternObject = 0;  // for the host
     bool done = false;           // for the host
 
     bool operator==(const SGradient& other) const = default;

@@ -137,6 +137,12 @@ void TCanvas::beginForm() {
 }
 
 uint64_t TCanvas::endForm(const std::string& comment, bool group, bool grayGroup) {
+    return _endForm(comment, group, grayGroup, formBox_);
+}
+
+uint64_t TCanvas::endForm(const std::string& comment, const SBox& box) { return _endForm(comment, true, false, box); }
+
+uint64_t TCanvas::_endForm(const std::string& comment, bool group, bool grayGroup, const SBox& box) {
     SLevel level = std::move(stack_.back());
     stack_.pop_back();
     out_ = stack_.empty() ? &main_ : stack_.back().content.get();
@@ -146,7 +152,7 @@ uint64_t TCanvas::endForm(const std::string& comment, bool group, bool grayGroup
     form->comment(comment);
     form->args({"Type", "XObject"});
     form->args({"Subtype", "Form"});
-    form->set("BBox", boxText(formBox_));
+    form->set("BBox", boxText(box));
     if (group)
         form->set("Group", grayGroup ? "<< /Type /Group /S /Transparency /CS /DeviceGray >>"
                                      : "<< /Type /Group /S /Transparency >>");

@@ -96,6 +96,9 @@ public:
     // with "/CS /DeviceGray" for a luminosity mask).
     void beginForm();
     uint64_t endForm(const std::string& comment, bool group, bool grayGroup = false);
+    // The same for a form drawn where the space is not the Form's: its box
+    // in that space.
+    uint64_t endForm(const std::string& comment, const SBox& box);
     // "/X<n> Do" of a Form of the drawing.
     void drawForm(uint64_t number);
     // Form depth: 0 while the main Form is written.
@@ -103,6 +106,8 @@ public:
     const SBox& formBox() const { return formBox_; }
 
 private:
+    uint64_t _endForm(const std::string& comment, bool group, bool grayGroup, const SBox& box);
+
     struct SLevel {
         std::unique_ptr<TBuffer> buffer;
         std::unique_ptr<TContent> content;

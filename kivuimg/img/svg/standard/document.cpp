@@ -246,19 +246,35 @@ std::unique_ptr<TSvgNode> TSvgDocument::_build(_xmlNode* node, TSvgNode* parent,
     _readAttributes(node, *out);
     if (const std::string* id = out->attribute("id"))
         if (!id->empty()) ids_.try_emplace(std::string_view(*id), out.get());
-    const bool keepData = keepsCharacterData(out->tag);
-    for (xmlNode* c = node->children; c; c = c->next) {
+    _buildChildren(node->children, *out, depth);
+    return out;
+}
+
+// The children of a node, and those of the internal entities referred to
+// among them, as if the entity's text stood there.
+void TSvgDocument::_buildChildren(_xmlNode* first, TSvgNode& parent, int depth) {
+    const bool keepData = keepsCharacterData(parent.tag);
+    for (xmlNode* c = first; c; c = c->next) {
         if (c->type == XML_ELEMENT_NODE) {
             if (!inSvgNamespace(c)) continue;
-            std::unique_ptr<TSvgNode> child = _build(c, out.get(), depth + 1);
-            child->childIndex = static_cast<uint32_t>(out->children.size());
-            out->children.push_back(std::move(child));
-        } else if (keepData && (c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE ||
-                                c->type == XML_ENTITY_REF_NODE)) {
-            _addCharacterData(c, *out);
+            std::unique_ptr<TSvgNode> child = _build(c, &parent, depth + 1);
+            child->childIndex = static_cast<uint32_t>(parent.children.size());
+            parent.children.push_back(std::move(child));
+        } else if (c->type == XML_ENTITY_REF_NODE) {
+            const xmlEntity* e = xmlGetDocEntity(doc_, c->name);
+            if (!e || e->etype != XML_INTERNAL_GENERAL_ENTITY) continue;
+            // Every expansion costs: entities that multiply one another end at the budget.
+            _count(16);
+            if (e->children) {
+                if (depth + 1 > limits_.maxDepth) throwf("SVG: entities nest deeper than %d levels", limits_.maxDepth);
+                _buildChildren(e->children, parent, depth + 1);
+            } else if (keepData) {
+                _addCharacterData(c, parent);
+            }
+        } else if (keepData && (c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE)) {
+            _addCharacterData(c, parent);
         }
     }
-    return out;
 }
 
 const TSvgNode* TSvgDocument::byId(std::string_view id) const {

@@ -94,6 +94,7 @@ public:
 
 private:
     std::unique_ptr<TSvgNode> _build(_xmlNode* node, TSvgNode* parent, int depth);
+    void _buildChildren(_xmlNode* first, TSvgNode& parent, int depth);
     void _readAttributes(_xmlNode* node, TSvgNode& out);
     void _addCharacterData(_xmlNode* node, TSvgNode& parent);
     void _collectStyleSheets(const TSvgNode& node);

@@ -74,8 +74,13 @@ public:
     void warnOnce(const std::string& message) override;
 
 private:
+    // By the request alone: family, weight, style and text, as SRawFont
+    // compares (the answer's number and form take no part).
     struct SFontKey {
-        size_t operator()(const SRawFont& f) const { return f.hash(); }
+        size_t operator()(const SRawFont& f) const {
+            const std::hash<std::string> h;
+            return h(f.family) ^ (h(f.weight) << 1) ^ (h(f.style) << 2) ^ (h(f.text) << 3);
+        }
     };
 
     TImageSVG& image_;

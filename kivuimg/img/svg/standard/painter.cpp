@@ -333,7 +333,10 @@ TPainter::SResolvedPaint TPainter::_resolve(const SPaint& paint, const SState& s
         return out;
     }
     out.gradient = gradientUse(*spec, bbox, cover, state.vp, state.style.fontSize);
-    if (out.gradient.none) return out;
+    if (out.gradient.none) {
+        if (paint.hasFallback) simple(paint.fallback, paint.fallbackRgba);
+        return out;
+    }
     if (out.gradient.solid) {
         out.kind = SResolvedPaint::solid;
         out.color = out.gradient.color;
@@ -380,12 +383,32 @@ void matrix(TContent& out, const SMatrix& m) {
 
 }  // namespace
 
+// The last stop's colour, which a radial shading leaves to what it doesn't
+// reach (a focal point near the circle's edge leaves some of the plane
+// outside every circle).
+static SRgba lastStop(const SGradient& record) {
+    const SColor& c = record.colors.back().color;
+    const auto* rgba = dynamic_cast<const TRGBA*>(c.space.get());
+    if (!rgba) return SRgba{0, 0, 0, c.alpha()};
+    return SRgba{rgba->red(), rgba->green(), rgba->blue(), rgba->alpha()};
+}
+
 void TPainter::_gradientFill(const TPath& path, const SState& state, const SPlacement& pl, const SResolvedPaint& p,
                              float alpha, bool evenOdd) {
     TContent& out = canvas_->out();
     out.save("q\n");
     canvas_->path(path, pl.scale);
     out.op(evenOdd ? "W*" : "W").op("n");
+    // Only under an opaque shading: a translucent one would show it through.
+    if (p.gradient.record.shadingType == 3 && !p.gradient.record.hasAlpha && alpha >= 1) {
+        const SRgba last = lastStop(p.gradient.record);
+        const SBox box = path.bounds();
+        out.save("q\n");
+        canvas_->alpha(alpha * last.a, 1);
+        canvas_->color(last, false);
+        canvas_->rect(box.x0, box.y0, box.width(), box.height(), pl.scale);
+        out.op("f").restore("Q\n");
+    }
     matrix(out, SMatrix::scale(pl.scale, pl.scale) * p.gradient.space);
     canvas_->alpha(alpha, 1);
     canvas_->shade(canvas_->gradientRecord(inTargetSpace(p.gradient.record, host_)));
@@ -396,27 +419,51 @@ void TPainter::_gradientFill(const TPath& path, const SState& state, const SPlac
 void TPainter::_gradientStroke(const TPath& path, const SState& state, const SPlacement& pl,
                                const SResolvedPaint& p, float alpha) {
     TContent& out = canvas_->out();
+    if (alpha < 1) {
+        // Readers treat a translucent pattern stroke unevenly: the stroke
+        // goes into a group of its own, drawn with the opacity.
+        const double w = _strokeWidth(state) * 2;
+        SBox box = path.bounds();
+        box = SBox{(box.x0 - w) * pl.scale, (box.y0 - w) * pl.scale, (box.x1 + w) * pl.scale, (box.y1 + w) * pl.scale};
+        canvas_->beginForm();
+        _gradientStroke(path, state, pl, p, 1);
+        const uint64_t form = canvas_->endForm("SVG/Group", box);
+        out.save("q\n");
+        canvas_->alpha(alpha, alpha);
+        canvas_->drawForm(form);
+        out.restore("Q\n");
+        return;
+    }
+    TContent& inner = canvas_->out();
     const SMatrix toScaled = SMatrix::scale(pl.scale, pl.scale) * p.gradient.space;
     SGradient record = inTargetSpace(p.gradient.record, host_);
     const SMatrix m = pl.cm * toScaled;
     record.matrix = {static_cast<float>(m.a), static_cast<float>(m.b), static_cast<float>(m.c),
                      static_cast<float>(m.d), static_cast<float>(m.e), static_cast<float>(m.f)};
     const int k = canvas_->gradientRecord(record);
-    out.save("q\n");
+    if (record.shadingType == 3 && !record.hasAlpha) {
+        const SRgba last = lastStop(p.gradient.record);
+        inner.save("q\n");
+        canvas_->alpha(1, last.a);
+        canvas_->color(last, true);
+        _strokeParameters(state, pl.scale);
+        canvas_->path(path, pl.scale);
+        inner.op("S").restore("Q\n");
+    }
+    inner.save("q\n");
     if (record.hasAlpha) {
         // The soft mask is drawn in the space where it is set: the gradient's.
-        matrix(out, toScaled);
+        matrix(inner, toScaled);
         const std::string mask = sformat("TGS%d", k);
         host_.nameResource(mask, "ExtGState", ResourceSource::gradientMask, static_cast<uint64_t>(k));
-        out.raw("/" + mask + " gs\n");
-        matrix(out, toScaled.inverse());
+        inner.raw("/" + mask + " gs\n");
+        matrix(inner, toScaled.inverse());
     }
-    canvas_->alpha(1, alpha);
     _strokeParameters(state, pl.scale);
     canvas_->patternPaint(k, true);
     canvas_->path(path, pl.scale);
-    out.op("S");
-    out.restore("Q\n");
+    inner.op("S");
+    inner.restore("Q\n");
 }
 
 void TPainter::fillAndStroke(const TPath& path, const SState& state, bool withStroke) {
@@ -435,8 +482,9 @@ void TPainter::fillAndStroke(const TPath& path, const SState& state, bool withSt
     const float sa = st.strokeOpacity * st.opacity * (stroke.kind == SResolvedPaint::solid ? stroke.color.a : 1);
     TContent& out = canvas_->out();
     canvas_->begin(pl);
-    if (fill.kind == SResolvedPaint::solid && stroke.kind == SResolvedPaint::solid && !st.strokeFirst) {
-        canvas_->alpha(fa, sa);
+    // B paints the stroke as a knockout over the fill: only when both are opaque.
+    if (fill.kind == SResolvedPaint::solid && stroke.kind == SResolvedPaint::solid && !st.strokeFirst && fa >= 1 &&
+        sa >= 1) {
         canvas_->color(fill.color, false);
         canvas_->color(stroke.color, true);
         _strokeParameters(state, pl.scale);

@@ -119,7 +119,10 @@ bool TNumberScanner::flag(bool& v) {
 
 bool parseNumber(std::string_view text, double& v) {
     TNumberScanner s(text);
-    return s.number(v) && s.atEnd();
+    double x;
+    if (!s.number(x) || !s.atEnd()) return false;
+    v = x;
+    return true;
 }
 
 bool parseNumberList(std::string_view text, std::vector<double>& out) {
