@@ -52,6 +52,7 @@ void TCanvas::begin(const SPlacement& p) {
 void TCanvas::end() { out_->restore("Q\n"); }
 
 void TCanvas::path(const TPath& path, double s) {
+    const size_t before = out_->out().size();
     for (const SPathSeg& g : path.segments()) {
         switch (g.op) {
             case SPathSeg::move: out_->moveTo(g.x * s, g.y * s); break;
@@ -60,7 +61,7 @@ void TCanvas::path(const TPath& path, double s) {
             case SPathSeg::close: out_->closePath(); break;
         }
     }
-    host_.countContent(path.segments().size() * 24);
+    host_.countContent(out_->out().size() - before);
 }
 
 void TCanvas::rect(double x, double y, double w, double h, double s) {

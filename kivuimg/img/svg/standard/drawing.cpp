@@ -15,6 +15,10 @@ namespace kivu::stdsvg {
 
 namespace {
 
+// What one drawing may write into its content streams, paths and gradient
+// stops counted.
+constexpr uint64_t kMaxContentBytes = 64ull << 20;
+
 // CSS pixels into the Form's space: points, y up.
 const SMatrix kPixelsToForm{0.75, 0, 0, -0.75, 0, 0};
 
@@ -34,6 +38,7 @@ void TStandardDrawing::read(std::span<const uint8_t> bytes, const std::string& f
     doc_ = doc;
     size_ = rootSize(*doc->root());
     if (size_.placement.drawn) {
+        visits_ = 0;
         TPainter painter(*doc_, *this);
         painter.collect(kPixelsToForm * size_.placement.matrix, size_.placement.inner);
     }
@@ -121,7 +126,17 @@ void TStandardDrawing::nameResource(const std::string& name, const char* categor
 
 void TStandardDrawing::addResourceHolder(uint64_t number) { image_.holdResources(number); }
 
-void TStandardDrawing::countContent(uint64_t bytes) { contentBytes_ += bytes; }
+void TStandardDrawing::countContent(uint64_t bytes) {
+    contentBytes_ += bytes;
+    if (contentBytes_ > kMaxContentBytes)
+        throwf("SVG: the drawing writes more than %llu bytes of content",
+               static_cast<unsigned long long>(kMaxContentBytes));
+}
+
+void TStandardDrawing::countVisit() {
+    if (++visits_ > maxSvgElements())
+        throwf("SVG: the drawing expands to more than %llu elements", static_cast<unsigned long long>(maxSvgElements()));
+}
 
 uint64_t TStandardDrawing::emit(TObjects* objects, std::vector<SGradient>* gradients, ColorSpace target) {
     objects_ = objects, gradients_ = gradients, target_ = target;
@@ -139,6 +154,7 @@ uint64_t TStandardDrawing::emit(TObjects* objects, std::vector<SGradient>* gradi
     group->args({"S", "Transparency"});
     TBuffer stream(4096, 8192);
     if (doc_ && size_.placement.drawn) {
+        visits_ = 0, contentBytes_ = 0;
         TCanvas canvas(*this, stream, formBox());
         TPainter painter(*doc_, *this);
         painter.paint(canvas, kPixelsToForm * size_.placement.matrix, size_.placement.inner);

@@ -72,6 +72,7 @@ public:
     std::string drawingFolder() override { return folder_; }
     bool networkAllowed() override;
     void warnOnce(const std::string& message) override;
+    void countVisit() override;
 
 private:
     // By the request alone: family, weight, style and text, as SRawFont
@@ -98,6 +99,7 @@ private:
     std::vector<SGradient>* gradients_ = nullptr;
     ColorSpace target_ = csAuto;
     uint64_t contentBytes_ = 0;
+    uint64_t visits_ = 0;
 };
 
 }  // namespace kivu::stdsvg

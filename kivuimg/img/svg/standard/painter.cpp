@@ -125,6 +125,7 @@ bool TPainter::_enter(const TSvgNode& node, const SState& parent, SState& state)
 }
 
 void TPainter::_element(const TSvgNode& node, const SState& parent) {
+    host_.countVisit();
     SState state;
     if (!_enter(node, parent, state)) return;
     if (isShape(node.tag)) return _shape(node, state);

@@ -50,6 +50,9 @@ public:
     virtual bool networkAllowed() = 0;
     // A warning for the log, once per drawing and text.
     virtual void warnOnce(const std::string& message) = 0;
+    // Counts one element drawn (instances of `use` each time); raises past
+    // the drawing's budget, so that references that multiply end.
+    virtual void countVisit() = 0;
 };
 
 // Where an element is drawn.
