@@ -1,0 +1,152 @@
+#!/usr/bin/python3
+"""Drawings by the standard rules, as a user sees them: each small drawing
+of the table is converted by `kivuimg convert --rules standard` (one PDF,
+a page each), its page rendered by pdftoppm at 96 dpi (one pixel a CSS
+pixel), and the colours at the named points compared with what a browser
+paints there.  Text is checked by where its ink lies.  The engine's rules
+draw most of these wrong; they are kept by the engine's own tests."""
+
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools"))
+import kivutest as kt  # noqa: E402
+
+kt.need("pdftoppm")
+
+RED, GREEN, BLUE, WHITE, BLACK = (255, 0, 0), (0, 128, 0), (0, 0, 255), (255, 255, 255), (0, 0, 0)
+LIGHTGREY, LIME = (211, 211, 211), (0, 255, 0)
+
+
+def svg(body, attrs='width="100" height="100"'):
+    return ('<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" %s>%s</svg>'
+            % (attrs, body))
+
+
+GRAD = ('<defs><linearGradient id="my-grad"%s><stop offset="0" stop-color="red"/>'
+        '<stop offset="1" stop-color="blue"/></linearGradient></defs>')
+
+# name, drawing, [(x, y, colour)] in CSS pixels of the page.
+CASES = [
+    ("gradient on a stroke",
+     svg(GRAD % "" + '<rect x="20" y="20" width="60" height="60" fill="none" stroke="url(#my-grad)" stroke-width="20"/>'),
+     [(12, 50, RED), (88, 50, BLUE), (50, 50, WHITE)]),
+    ("missing x2 is 100%, a percentage x1 reads",
+     svg(GRAD % ' x1="0%"' + '<rect width="100" height="100" fill="url(#my-grad)"/>'),
+     [(3, 50, RED), (97, 50, BLUE)]),
+    ("radial gradient in user space with plain numbers",
+     svg('<radialGradient id="r" gradientUnits="userSpaceOnUse" cx="50" cy="50" r="50"><stop offset="0" '
+         'stop-color="lime"/><stop offset="1" stop-color="blue"/></radialGradient>'
+         '<rect width="100" height="100" fill="url(#r)"/>'),
+     [(50, 50, LIME), (2, 2, BLUE)]),
+    ("currentColor from a class rule and a style attribute",
+     svg('<style>.c { color: green }</style><rect class="c" width="50" height="100" fill="currentColor"/>'
+         '<rect x="50" style="color: blue" width="50" height="100" fill="currentColor"/>'),
+     [(25, 50, GREEN), (75, 50, BLUE)]),
+    ("numbers back to back, exponents, a fractional dash offset",
+     svg('<path d="M10-0 100.0.0V5.0e1H10z" fill="green"/><line x1="0" y1="75" x2="100" y2="75" '
+         'stroke="blue" stroke-width="10" stroke-dashoffset="0.0000000"/>'
+         '<path transform="matrix(1-0-0 1 0 0)" d="M0 90h100v10H0z" fill="red"/>'),
+     [(50, 25, GREEN), (50, 75, BLUE), (50, 95, RED)]),
+    ("selectors: id, type, descendant, child, compound, grouped, two classes, a rule over lines, in defs",
+     svg('<defs><style><![CDATA[ #a { fill: green } g rect.b { fill: green }\n svg > g > rect.c.d {\n'
+         ' fill:\n green } .e, .f { fill: green } rect { fill: red } ]]></style></defs>'
+         '<rect id="a" width="20" height="100"/><g><rect class="b" x="20" width="20" height="100"/>'
+         '<rect class="c d" x="40" width="20" height="100"/></g><rect class="e" x="60" width="20" height="100"/>'
+         '<rect class="f" x="80" width="20" height="100"/>'),
+     [(10, 50, GREEN), (30, 50, GREEN), (50, 50, GREEN), (70, 50, GREEN), (90, 50, GREEN)]),
+    ("specificity, source order, !important, presentation attributes under CSS",
+     svg('<style>rect { fill: red } .k { fill: green } #p { fill: red !important } #p { fill: blue }</style>'
+         '<rect class="k" width="50" height="100" fill="blue"/><rect id="p" x="50" width="50" height="100"/>'),
+     [(25, 50, GREEN), (75, 50, RED)]),
+    ("use reaches into defs and later elements; inheritance from the use",
+     svg('<use xlink:href="#later" fill="green"/><defs><rect id="d" x="50" width="50" height="100"/></defs>'
+         '<use href="#d" fill="blue"/><rect id="later" width="50" height="100"/>'),
+     [(25, 30, BLACK), (75, 50, BLUE)]),
+    ("colours: rgb() and rgba() attributes, lightgrey, upper case, hsl()",
+     svg('<rect width="25" height="100" fill="rgb(0, 128, 0)"/><rect x="25" width="25" height="100" '
+         'fill="rgba(0,0,255,0.5)"/><rect x="50" width="25" height="100" fill="lightgrey"/>'
+         '<rect x="75" width="25" height="50" fill="RED"/><rect x="75" y="50" width="25" height="50" '
+         'fill="hsl(120, 100%, 50%)"/>'),
+     [(12, 50, GREEN), (37, 50, (127, 127, 255)), (62, 50, LIGHTGREY), (87, 25, RED), (87, 75, LIME)]),
+    ("stroke widths scale with the view box",
+     svg('<line x1="0" y1="5" x2="10" y2="5" stroke="green" stroke-width="2"/>',
+         'width="100" height="100" viewBox="0 0 10 10"'),
+     [(50, 42, GREEN), (50, 58, GREEN), (50, 38, WHITE)]),
+    ("lengths in mm, cm, in, em",
+     svg('<rect x="10mm" y="1em" width="1cm" height="0.5in" fill="blue" style="font-size: 10px"/>'),
+     [(45, 30, BLUE), (80, 30, WHITE), (45, 5, WHITE), (45, 62, WHITE)]),
+    ("the root's preserveAspectRatio",
+     svg('<rect width="10" height="10" fill="green"/>',
+         'width="100" height="50" viewBox="0 0 10 10" preserveAspectRatio="xMaxYMid meet"'),
+     [(75, 25, GREEN), (25, 25, WHITE)]),
+    ("a path without d keeps its group; a polyline of two points",
+     svg('<g><path/><rect width="100" height="50" fill="green"/></g>'
+         '<polyline points="0 75 100 75" stroke="blue" stroke-width="10"/>'),
+     [(50, 25, GREEN), (50, 75, BLUE)]),
+    ("opacity of a group composites it whole",
+     svg('<g opacity="0.5"><rect width="60" height="100" fill="blue"/><rect x="40" width="60" height="100" '
+         'fill="blue"/></g>'),
+     [(20, 50, (127, 127, 255)), (50, 50, (127, 127, 255))]),
+]
+
+# Text: (name, drawing, the ink's expected centre x, y range).
+TEXT = [
+    ("text-anchor middle over a whole chunk with tspans",
+     svg('<text x="50" y="60" font-size="20" text-anchor="middle" font-family="sans-serif">Mid<tspan>dle</tspan>'
+         '</text>'), 50),
+    ("text-anchor end; a group's font-size and fill reach the text",
+     svg('<g font-size="20" fill="black"><text x="95" y="60" text-anchor="end">End</text></g>'), 77),
+    ("the font shorthand; a unitless font-size is in user units",
+     svg('<text x="10" y="60" style="font: 20px sans-serif">Font</text>', 'width="100" height="100" '
+         'viewBox="0 0 50 50"'), 45),
+    ("a transform on text reaches its tspans",
+     svg('<text transform="translate(60 0)" x="0" y="60" font-size="20"><tspan>T</tspan></text>'), 66),
+]
+
+
+def ink_centre(page):
+    xs = [x for y in range(page.size[1]) for x in range(page.size[0]) if sum(page.getpixel((x, y))) < 300]
+    return sum(xs) / len(xs) if xs else None
+
+
+def near(a, b, tolerance=40):
+    return all(abs(x - y) <= tolerance for x, y in zip(a, b))
+
+
+def main():
+    scratch = kt.tmpdir("kivu_svg_standard_")
+    files = []
+    for n, (_, text, *rest) in enumerate(CASES + TEXT):
+        path = Path(scratch) / ("case%02d.svg" % n)
+        path.write_text(text)
+        files.append(str(path))
+    pdf = str(Path(scratch) / "cases.pdf")
+    r = kt.run(["convert", "--strict"] + files + ["-o", pdf], rules="standard")
+    assert "falls back" not in r.stderr.decode(), r.stderr.decode()
+    kt.qpdf_check(pdf)
+    failures = []
+    for n, (name, _, checks) in enumerate(CASES):
+        page = kt.render(pdf, n + 1, 96)
+        for x, y, want in checks:
+            got = page.getpixel((x, y))
+            if not near(got, want):
+                failures.append("%s: at (%d, %d) %s, not %s" % (name, x, y, got, want))
+    for n, (name, _, centre) in enumerate(TEXT):
+        got = ink_centre(kt.render(pdf, len(CASES) + n + 1, 96))
+        if got is None or abs(got - centre) > 8:
+            failures.append("%s: ink centred at %s, not about %d" % (name, got, centre))
+    # Exact page sizes: 240 x 80 CSS pixels are 180 x 60 points.
+    exact = Path(scratch) / "exact.svg"
+    exact.write_text(svg('<rect width="240" height="80"/>', 'width="240" height="80"'))
+    kt.run(["convert", str(exact), "-o", pdf], rules="standard")
+    box = kt.pdf_objects(pdf)
+    if not any("/MediaBox [0 0 180 60]" in text for text in box.values()):
+        failures.append("a 240 x 80 px drawing is not a 180 x 60 pt page")
+    if failures:
+        raise AssertionError("\n".join(failures))
+    print("%d drawings and %d texts as a browser draws them" % (len(CASES), len(TEXT)))
+
+
+if __name__ == "__main__":
+    main()
