@@ -4,8 +4,10 @@ converters users know: rsvg-convert (librsvg) and CairoSVG, both from
 Debian (librsvg2-bin, python3-cairosvg; a missing one is left out).
 
 Each tool converts each file in a process of its own, as a batch script
-would; kivuimg also converts all files in one process.  Prints the best of
-R runs per tool, and the ratios.
+would; kivuimg also converts all files in one process, by either rule set.
+Prints the best of R runs per tool, and the ratios to kivuimg by the
+standard rules (the tool's default), and the standard rules' time against
+the engine's.
 
 usage: bench/svg_convert.py [--repeat R] [FOLDER]   (default ../shared/corpus/svg/real)
 """
@@ -38,9 +40,19 @@ def each(command):
     return [command(f, work / ("%d.pdf" % i)) for i, f in enumerate(files)]
 
 
+def kivu(rules):
+    return each(lambda f, out: [str(tool), "convert", "--rules", rules, str(f), "-o", str(out)])
+
+
+def kivu_batch(rules):
+    return [[str(tool), "convert", "-q", "--rules", rules] + [str(f) for f in files] + ["-o", str(work / "all.pdf")]]
+
+
 tools = {
-    "kivuimg": each(lambda f, out: [str(tool), "convert", str(f), "-o", str(out)]),
-    "kivuimg (one process)": [[str(tool), "convert"] + [str(f) for f in files] + ["-o", str(work / "all.pdf")]],
+    "kivuimg": kivu("standard"),
+    "kivuimg --rules engine": kivu("engine"),
+    "kivuimg (one process)": kivu_batch("standard"),
+    "kivuimg --rules engine (one process)": kivu_batch("engine"),
 }
 if shutil.which("rsvg-convert"):
     tools["rsvg-convert"] = each(lambda f, out: ["rsvg-convert", "-f", "pdf", "-o", str(out), str(f)])
@@ -63,5 +75,8 @@ print("%d SVG files, %.0f KB" % (len(files), size / 1e3))
 results = {name: best(commands) for name, commands in tools.items()}
 base = results["kivuimg"]
 for name, t in results.items():
-    print("%-24s %7.3f s   %5.2fx kivuimg" % (name, t, t / base))
+    print("%-38s %7.3f s   %5.2fx kivuimg" % (name, t, t / base))
+print("standard / engine rules: %.2f (separate processes), %.2f (one process)" % (
+    base / results["kivuimg --rules engine"],
+    results["kivuimg (one process)"] / results["kivuimg --rules engine (one process)"]))
 shutil.rmtree(work, ignore_errors=True)

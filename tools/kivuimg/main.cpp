@@ -58,6 +58,7 @@ const char* const kUsage =
     "  --rules standard|engine  how drawings (SVG) are read and drawn: by the SVG\n"
     "                           and CSS recommendations, as browsers draw them\n"
     "                           (default), or by the engine's own rules\n"
+    "  --allow-network          drawings may fetch their pictures over http(s)\n"
     "  --colorspace rgb|cmyk|gray\n"
     "                           the document's colour space: drawings (WMF, SVG)\n"
     "                           have their colours converted to it\n"
@@ -88,6 +89,7 @@ struct Options {
     bool strict = false;
     bool verbose = false;
     bool quiet = false;
+    bool network = false;
     ColorSpace space = csAuto;
     Rules rules = rulesStandard;
     uint64_t maxPixels = maxImagePixels();
@@ -114,6 +116,7 @@ bool flag(const std::string& a, Options& o) {
                    : a == "-q" || a == "--quiet" ? &o.quiet
                    : a == "--landscape" ? &o.layout.landscape
                    : a == "--auto-orient" ? &o.layout.autoOrient
+                   : a == "--allow-network" ? &o.network
                    : nullptr;
     if (a == "--nodate") {
         o.info.date = false;
@@ -414,6 +417,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     g_settings->rules(o.rules);
+    g_settings->allowNetwork(o.network);
     const int rc = o.command == "info" ? runInfo(o) : runConvert(o);
     lib_uninit();
     return rc;

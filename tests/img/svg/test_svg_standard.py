@@ -84,6 +84,12 @@ CASES = [
      svg('<g><path/><rect width="100" height="50" fill="green"/></g>'
          '<polyline points="0 75 100 75" stroke="blue" stroke-width="10"/>'),
      [(50, 25, GREEN), (50, 75, BLUE)]),
+    ("pictures: a file beside the drawing, none outside its folder, a percent-encoded data URI",
+     svg('<image href="pic.png" width="50" height="50"/><image href="../outside.png" x="50" width="50" height="50"/>'
+         '<image href="data:image/svg+xml,%3Csvg xmlns=%22http://www.w3.org/2000/svg%22 width=%2210%22 '
+         'height=%2210%22%3E%3Crect width=%2210%22 height=%2210%22 fill=%22blue%22/%3E%3C/svg%3E" y="50" '
+         'width="50" height="50"/>'),
+     [(25, 25, GREEN), (75, 25, WHITE), (25, 75, BLUE)]),
     ("opacity of a group composites it whole",
      svg('<g opacity="0.5"><rect width="60" height="100" fill="blue"/><rect x="40" width="60" height="100" '
          'fill="blue"/></g>'),
@@ -115,10 +121,15 @@ def near(a, b, tolerance=40):
 
 
 def main():
+    from PIL import Image
     scratch = kt.tmpdir("kivu_svg_standard_")
+    folder = Path(scratch) / "drawings"
+    folder.mkdir()
+    Image.new("RGB", (4, 4), GREEN).save(folder / "pic.png")
+    Image.new("RGB", (4, 4), RED).save(Path(scratch) / "outside.png")
     files = []
     for n, (_, text, *rest) in enumerate(CASES + TEXT):
-        path = Path(scratch) / ("case%02d.svg" % n)
+        path = folder / ("case%02d.svg" % n)
         path.write_text(text)
         files.append(str(path))
     pdf = str(Path(scratch) / "cases.pdf")
