@@ -137,13 +137,13 @@ void TCanvas::beginForm() {
     stack_.push_back(std::move(level));
 }
 
-uint64_t TCanvas::endForm(const std::string& comment, bool group, bool grayGroup) {
-    return _endForm(comment, group, grayGroup, formBox_);
+uint64_t TCanvas::endForm(const std::string& comment, bool group, const char* groupSpace) {
+    return _endForm(comment, group, groupSpace, formBox_);
 }
 
-uint64_t TCanvas::endForm(const std::string& comment, const SBox& box) { return _endForm(comment, true, false, box); }
+uint64_t TCanvas::endForm(const std::string& comment, const SBox& box) { return _endForm(comment, true, nullptr, box); }
 
-uint64_t TCanvas::_endForm(const std::string& comment, bool group, bool grayGroup, const SBox& box) {
+uint64_t TCanvas::_endForm(const std::string& comment, bool group, const char* groupSpace, const SBox& box) {
     SLevel level = std::move(stack_.back());
     stack_.pop_back();
     out_ = stack_.empty() ? &main_ : stack_.back().content.get();
@@ -155,11 +155,16 @@ uint64_t TCanvas::_endForm(const std::string& comment, bool group, bool grayGrou
     form->args({"Subtype", "Form"});
     form->set("BBox", boxText(box));
     if (group)
-        form->set("Group", grayGroup ? "<< /Type /Group /S /Transparency /CS /DeviceGray >>"
-                                     : "<< /Type /Group /S /Transparency >>");
+        form->set("Group", std::string("<< /Type /Group /S /Transparency") +
+                               (groupSpace ? std::string(" /CS ") + groupSpace : std::string()) + " >>");
     form->setStream(level.buffer.get(), "");
     host_.addResourceHolder(form->num());
     return form->num();
+}
+
+void TCanvas::softMask(uint64_t form, bool luminosity) {
+    state({{"SMask", sformat("<< /Type /Mask /S /%s /G %llu 0 R >>", luminosity ? "Luminosity" : "Alpha",
+                             static_cast<unsigned long long>(form))}});
 }
 
 void TCanvas::drawForm(uint64_t number) {

@@ -93,20 +93,24 @@ public:
     // operators written between beginForm and endForm go into it.  endForm
     // makes the object and answers its number; it takes the drawing's
     // Resources.  `group` adds a transparency group ("/S /Transparency",
-    // with "/CS /DeviceGray" for a luminosity mask).
+    // with a colour space such as "/DeviceRGB" for the group of a
+    // luminosity soft mask).
     void beginForm();
-    uint64_t endForm(const std::string& comment, bool group, bool grayGroup = false);
+    uint64_t endForm(const std::string& comment, bool group, const char* groupSpace = nullptr);
     // The same for a form drawn where the space is not the Form's: its box
     // in that space.
     uint64_t endForm(const std::string& comment, const SBox& box);
     // "/X<n> Do" of a Form of the drawing.
     void drawForm(uint64_t number);
+    // A shared graphics state with a soft mask from a Form of the drawing:
+    // "/S /Luminosity" or "/S /Alpha".
+    void softMask(uint64_t form, bool luminosity);
     // Form depth: 0 while the main Form is written.
     size_t formDepth() const { return stack_.size(); }
     const SBox& formBox() const { return formBox_; }
 
 private:
-    uint64_t _endForm(const std::string& comment, bool group, bool grayGroup, const SBox& box);
+    uint64_t _endForm(const std::string& comment, bool group, const char* groupSpace, const SBox& box);
 
     struct SLevel {
         std::unique_ptr<TBuffer> buffer;

@@ -5,6 +5,7 @@
 
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/img/svg/standard/document.h"
+#include "kivuimg/img/svg/standard/effects.h"
 #include "kivuimg/img/svg/standard/image.h"
 #include "kivuimg/img/svg/standard/text.h"
 
@@ -100,22 +101,22 @@ void TPainter::_walk(const SState& start) {
     state.style = computeStyle(root->declarations, SStyle{});
     if (state.style.displayNone) return;
     state.ctm = state.ctm * elementTransform(*root, state.style);
-    _withOpacity(state.style.opacity, state, [&] { _children(*root, state); });
+    withEffects(*this, *root, state, true, [&] { drawChildren(*root, state); });
 }
 
-void TPainter::_children(const TSvgNode& node, const SState& state) {
+void TPainter::drawChildren(const TSvgNode& node, const SState& state) {
     if (node.tag == SvgTag::switchTag) {
         // The first child whose conditions pass is drawn, and no other.
         for (const auto& child : node.children)
-            if (!child->isText && isRendered(child->tag) && conditionsPass(*child)) return _element(*child, state);
+            if (!child->isText && isRendered(child->tag) && conditionsPass(*child)) return drawElement(*child, state);
         return;
     }
     for (const auto& child : node.children)
-        if (!child->isText) _element(*child, state);
+        if (!child->isText) drawElement(*child, state);
 }
 
 // The element's own state: style, transformation; false when it is not drawn.
-bool TPainter::_enter(const TSvgNode& node, const SState& parent, SState& state) {
+bool TPainter::enter(const TSvgNode& node, const SState& parent, SState& state) {
     if (!isRendered(node.tag) || !conditionsPass(node)) return false;
     state = parent;
     state.style = computeStyle(node.declarations, parent.style);
@@ -124,28 +125,29 @@ bool TPainter::_enter(const TSvgNode& node, const SState& parent, SState& state)
     return state.ctm.finite();
 }
 
-void TPainter::_element(const TSvgNode& node, const SState& parent) {
+void TPainter::drawElement(const TSvgNode& node, const SState& parent) {
     host_.countVisit();
     SState state;
-    if (!_enter(node, parent, state)) return;
-    if (isShape(node.tag)) return _shape(node, state);
-    if (node.tag == SvgTag::text) return drawText(*this, node, state);
-    if (node.tag == SvgTag::image) return drawImage(*this, node, state);
-    _withOpacity(state.style.opacity, state, [&] { _draw(node, state); });
+    if (!enter(node, parent, state)) return;
+    // Leaves fold their opacity into their paint where they can.
+    if (isShape(node.tag)) return withEffects(*this, node, state, false, [&] { _shape(node, state); });
+    if (node.tag == SvgTag::text) return withEffects(*this, node, state, false, [&] { drawText(*this, node, state); });
+    if (node.tag == SvgTag::image) return withEffects(*this, node, state, false, [&] { drawImage(*this, node, state); });
+    withEffects(*this, node, state, true, [&] { _draw(node, state); });
 }
 
 void TPainter::_draw(const TSvgNode& node, const SState& state) {
     switch (node.tag) {
         case SvgTag::use: return _use(node, state);
         case SvgTag::svg: return _viewport(node, state, 0, 0, false, false);
-        default: return _children(node, state);
+        default: return drawChildren(node, state);
     }
 }
 
 // Draws as a group with that opacity: the content is composited as a
 // whole (a transparency group), so that its parts don't show through one
 // another.
-void TPainter::_withOpacity(float opacity, const SState& state, const std::function<void()>& draw) {
+void TPainter::withOpacity(float opacity, const std::function<void()>& draw) {
     if (opacity >= 1 || !canvas_) return draw();
     if (opacity <= 0) return;
     canvas_->beginForm();
@@ -155,7 +157,6 @@ void TPainter::_withOpacity(float opacity, const SState& state, const std::funct
     canvas_->alpha(opacity, opacity);
     canvas_->drawForm(form);
     canvas_->out().restore("Q\n");
-    (void)state;
 }
 
 // ---- instances and viewports ----------------------------------------------------------
@@ -180,7 +181,7 @@ void TPainter::_instance(const TSvgNode& target, const TSvgNode& use, const SSta
     const double x = lengthAttribute(use, "x", Axis::x, 0, fs, state.vp);
     const double y = lengthAttribute(use, "y", Axis::y, 0, fs, state.vp);
     inner.ctm = state.ctm * SMatrix::translate(x, y);
-    if (target.tag != SvgTag::symbol && target.tag != SvgTag::svg) return _element(target, inner);
+    if (target.tag != SvgTag::symbol && target.tag != SvgTag::svg) return drawElement(target, inner);
     SState own;
     if (!conditionsPass(target)) return;
     own = inner;
@@ -190,7 +191,7 @@ void TPainter::_instance(const TSvgNode& target, const TSvgNode& use, const SSta
     double w = 0, h = 0;
     const bool hasW = lengthAttribute(use, "width", Axis::x, fs, state.vp, w);
     const bool hasH = lengthAttribute(use, "height", Axis::y, fs, state.vp, h);
-    _withOpacity(own.style.opacity, own, [&] { _viewport(target, own, w, h, hasW, hasH); });
+    withEffects(*this, target, own, true, [&] { _viewport(target, own, w, h, hasW, hasH); });
 }
 
 // A nested svg or a symbol: its viewport at x, y of its width and height
@@ -217,13 +218,13 @@ void TPainter::_viewport(const TSvgNode& node, const SState& state, double w, do
         canvas_->path(box, 1);
         canvas_->out().op("W").op("n");
     }
-    _children(node, inner);
+    drawChildren(node, inner);
     if (clip && canvas_) canvas_->out().restore("Q\n");
 }
 
 // ---- shapes --------------------------------------------------------------------------------
 
-TPath TPainter::_geometry(const TSvgNode& node, const SState& state) {
+TPath TPainter::geometry(const TSvgNode& node, const SState& state) {
     const double fs = state.style.fontSize;
     const SViewport& vp = state.vp;
     auto len = [&](const char* name, Axis axis, double fallback = 0) {
@@ -277,7 +278,7 @@ TPath TPainter::_geometry(const TSvgNode& node, const SState& state) {
 
 void TPainter::_shape(const TSvgNode& node, const SState& state) {
     if (!canvas_ || state.style.visibility != Visibility::visible) return;
-    const TPath path = _geometry(node, state);
+    const TPath path = geometry(node, state);
     if (path.empty()) return;
     const SStyle& st = state.style;
     const bool both = st.fill.kind != SPaint::none && st.stroke.kind != SPaint::none;
@@ -285,7 +286,7 @@ void TPainter::_shape(const TSvgNode& node, const SState& state) {
         // Fill and stroke overlap: composited as one.
         SState inner = state;
         inner.style.opacity = 1;
-        _withOpacity(st.opacity, state, [&] { fillAndStroke(path, inner); });
+        withOpacity(st.opacity, [&] { fillAndStroke(path, inner); });
         return;
     }
     if (st.opacity <= 0) return;

@@ -86,19 +86,24 @@ public:
     // The operators of the fill or stroke paint alone, for text: colour and
     // alpha, or false when the paint is a gradient or paints nothing.
     bool solidPaint(const SPaint& paint, float opacity, const SState& state, bool stroke);
+    // An element's own state under its parent's (style, transformation);
+    // false when it is not drawn (display, conditions, an element that is
+    // never drawn where it stands).
+    bool enter(const TSvgNode& node, const SState& parent, SState& state);
+    void drawElement(const TSvgNode& node, const SState& parent);
+    void drawChildren(const TSvgNode& node, const SState& state);
+    // The geometry of a basic shape or path in its user space.
+    TPath geometry(const TSvgNode& node, const SState& state);
+    // Draws as a group with that opacity: composited as a whole.
+    void withOpacity(float opacity, const std::function<void()>& draw);
 
 private:
     void _walk(const SState& root);
-    void _children(const TSvgNode& node, const SState& state);
-    void _element(const TSvgNode& node, const SState& parent);
-    bool _enter(const TSvgNode& node, const SState& parent, SState& state);
     void _draw(const TSvgNode& node, const SState& state);
-    void _withOpacity(float opacity, const SState& state, const std::function<void()>& draw);
     void _use(const TSvgNode& node, const SState& state);
     void _instance(const TSvgNode& target, const TSvgNode& use, const SState& state);
     void _viewport(const TSvgNode& node, const SState& state, double w, double h, bool hasW, bool hasH);
     void _shape(const TSvgNode& node, const SState& state);
-    TPath _geometry(const TSvgNode& node, const SState& state);
 
     // Fill and stroke pieces.
     struct SResolvedPaint;

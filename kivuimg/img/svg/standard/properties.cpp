@@ -267,7 +267,6 @@ bool applyPaintsAndLines(Prop p, std::string_view v, SStyle& o) {
         case Prop::fillOpacity: return opacityValue(v, o.fillOpacity);
         case Prop::strokeOpacity: return opacityValue(v, o.strokeOpacity);
         case Prop::fillRule: return keyword(v, kRules, k) && ((o.fillEvenOdd = k == 1), true);
-        case Prop::clipRule: return keyword(v, kRules, k) && ((o.clipEvenOdd = k == 1), true);
         case Prop::strokeWidth: return absoluteLength(v, o.fontSize, o.strokeWidth, false);
         case Prop::strokeLinecap: return keyword(v, kCaps, o.lineCap);
         case Prop::strokeLinejoin: {
@@ -294,6 +293,10 @@ bool applyText(Prop p, std::string_view v, const SStyle& parent, SStyle& o) {
     uint8_t k;
     switch (p) {
         case Prop::color: return parseColor(v, o.color);
+        case Prop::clipRule: {
+            static const char* const kRules[] = {"nonzero", "evenodd"};
+            return keyword(v, kRules, k) && ((o.clipEvenOdd = k == 1), true);
+        }
         case Prop::fontFamily: return fontFamilyValue(v, o.fontFamily);
         case Prop::fontSize: return fontSizeValue(v, parent, o.fontSize);
         case Prop::fontStyle: return fontStyleValue(v, o.fontStyle);

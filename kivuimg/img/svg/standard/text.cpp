@@ -292,13 +292,37 @@ double runAdvanceEm(const SRawFont& request) {
     return em;
 }
 
-void drawText(TPainter& painter, const TSvgNode& node, const SState& state) {
-    SGathered g;
+namespace {
+
+// The runs of a text element, laid out.
+std::vector<SRun> runsOf(const TSvgNode& node, const SState& state, SGathered& g, bool place) {
     gather(node, state, g);
-    if (g.chars.empty()) return;
     // Trailing white space goes unless preserved.
     while (!g.chars.empty() && g.chars.back().utf8 == " " && !preserves(&node)) g.chars.pop_back();
     std::vector<SRun> runs = makeRuns(g);
+    if (place && !runs.empty()) layout(g, runs);
+    return runs;
+}
+
+}  // namespace
+
+SBox textBounds(TPainter& painter, const TSvgNode& node, const SState& state) {
+    (void)painter;
+    SGathered g;
+    SBox box;
+    for (const SRun& r : runsOf(node, state, g, true)) {
+        const SStyle& st = g.states[r.style].style;
+        const double base = r.y + dominantShift(st);
+        TPath p = rectPath(r.x, base - 0.8 * st.fontSize, r.advance, st.fontSize, 0, 0);
+        box.add(p.bounds(state.ctm));
+    }
+    return box;
+}
+
+void drawText(TPainter& painter, const TSvgNode& node, const SState& state) {
+    SGathered g;
+    std::vector<SRun> runs = runsOf(node, state, g, false);
+    if (runs.empty()) return;
     if (!painter.canvas()) {
         for (const SRun& r : runs) painter.host().requestFont(requestOf(g.states[r.style].style, r.text));
         return;

@@ -19,6 +19,10 @@ namespace kivu::stdsvg {
 // Lays out and draws (or, while collecting, asks for the fonts of) a text element.
 void drawText(TPainter& painter, const TSvgNode& node, const SState& state);
 
+// The box of a text element's runs (ascent to descent of each), mapped by
+// the state's matrix.
+SBox textBounds(TPainter& painter, const TSvgNode& node, const SState& state);
+
 // The advance of a run in ems, in the face answered for the request.
 double runAdvanceEm(const SRawFont& request);
 
