@@ -143,10 +143,40 @@ uint64_t TCanvas::endForm(const std::string& comment, bool group, const char* gr
 
 uint64_t TCanvas::endForm(const std::string& comment, const SBox& box) { return _endForm(comment, true, nullptr, box); }
 
-uint64_t TCanvas::_endForm(const std::string& comment, bool group, const char* groupSpace, const SBox& box) {
+TCanvas::SLevel TCanvas::_popForm() {
     SLevel level = std::move(stack_.back());
     stack_.pop_back();
     out_ = stack_.empty() ? &main_ : stack_.back().content.get();
+    return level;
+}
+
+uint64_t TCanvas::endPattern(const SMatrix& m, double w, double h) {
+    SLevel level = _popForm();
+    TObjects* objects = host_.objects();
+    if (!objects) throw KivuException("SVG: drawings are written only while the image is emitted");
+    TIndirectObject* pattern = objects->add(0);
+    pattern->comment("SVG/Pattern");
+    pattern->args({"Type", "Pattern"});
+    pattern->set("PatternType", "1");
+    pattern->set("PaintType", "1");
+    pattern->set("TilingType", "1");
+    pattern->set("BBox", boxText(SBox{0, 0, w, h}));
+    pattern->set("XStep", trimmedNumber(w));
+    pattern->set("YStep", trimmedNumber(h));
+    pattern->set("Matrix", "[" + sformat("%.6f %.6f %.6f %.6f %.3f %.3f", m.a, m.b, m.c, m.d, m.e, m.f) + "]");
+    pattern->setStream(level.buffer.get(), "");
+    host_.addResourceHolder(pattern->num());
+    return pattern->num();
+}
+
+void TCanvas::tilingPaint(uint64_t number, bool stroke) {
+    const std::string name = sformat("P%llu", static_cast<unsigned long long>(number));
+    host_.nameResource(name, "Pattern", ResourceSource::object, number);
+    out_->raw(stroke ? "/Pattern CS /" : "/Pattern cs /").raw(name).raw(stroke ? " SCN\n" : " scn\n");
+}
+
+uint64_t TCanvas::_endForm(const std::string& comment, bool group, const char* groupSpace, const SBox& box) {
+    SLevel level = _popForm();
     TObjects* objects = host_.objects();
     if (!objects) throw KivuException("SVG: drawings are written only while the image is emitted");
     TIndirectObject* form = objects->add(0);

@@ -100,6 +100,11 @@ public:
     // The same for a form drawn where the space is not the Form's: its box
     // in that space.
     uint64_t endForm(const std::string& comment, const SBox& box);
+    // The same for a tiling pattern whose cell is [0 0 w h] in its space,
+    // `matrix` mapping that space to the Form's.
+    uint64_t endPattern(const SMatrix& matrix, double w, double h);
+    // Fills or strokes with a tiling pattern of the drawing: "/P<n> scn".
+    void tilingPaint(uint64_t number, bool stroke);
     // "/X<n> Do" of a Form of the drawing.
     void drawForm(uint64_t number);
     // A shared graphics state with a soft mask from a Form of the drawing:
@@ -110,12 +115,13 @@ public:
     const SBox& formBox() const { return formBox_; }
 
 private:
-    uint64_t _endForm(const std::string& comment, bool group, const char* groupSpace, const SBox& box);
-
     struct SLevel {
         std::unique_ptr<TBuffer> buffer;
         std::unique_ptr<TContent> content;
     };
+
+    SLevel _popForm();
+    uint64_t _endForm(const std::string& comment, bool group, const char* groupSpace, const SBox& box);
 
     TCanvasHost& host_;
     TContent main_;

@@ -7,6 +7,7 @@
 #include "kivuimg/img/svg/standard/document.h"
 #include "kivuimg/img/svg/standard/effects.h"
 #include "kivuimg/img/svg/standard/image.h"
+#include "kivuimg/img/svg/standard/pattern.h"
 #include "kivuimg/img/svg/standard/text.h"
 
 namespace kivu::stdsvg {
@@ -86,6 +87,23 @@ SStyle TPainter::styleInDocument(const TSvgNode& node) {
 void TPainter::collect(const SMatrix& root, const SViewport& vp) {
     canvas_ = nullptr;
     _walk(SState{root, {}, vp, 0});
+    if (doc_.root()) _collectDefinitions(*doc_.root());
+}
+
+// Text and pictures of what is drawn only through a reference (patterns,
+// masks, clip paths, markers, symbols, definitions): asked for with their
+// style where they stand, as they are drawn.
+void TPainter::_collectDefinitions(const TSvgNode& node) {
+    for (const auto& child : node.children) {
+        if (child->isText) continue;
+        if (child->tag == SvgTag::text || child->tag == SvgTag::image) {
+            SState st{SMatrix{}, styleInDocument(*child), SViewport{}, 0};
+            if (child->tag == SvgTag::text) drawText(*this, *child, st);
+            else drawImage(*this, *child, st);
+            continue;
+        }
+        _collectDefinitions(*child);
+    }
 }
 
 void TPainter::paint(TCanvas& canvas, const SMatrix& root, const SViewport& vp) {
@@ -300,10 +318,11 @@ void TPainter::_shape(const TSvgNode& node, const SState& state) {
 namespace kivu::stdsvg {
 
 struct TPainter::SResolvedPaint {
-    enum Kind : uint8_t { none, solid, shading };
+    enum Kind : uint8_t { none, solid, shading, tiling };
     Kind kind = none;
     SRgba color;
     SGradientUse gradient;
+    uint64_t pattern = 0;
 };
 
 TPainter::SResolvedPaint TPainter::_resolve(const SPaint& paint, const SState& state, const SBox& bbox,
@@ -318,6 +337,12 @@ TPainter::SResolvedPaint TPainter::_resolve(const SPaint& paint, const SState& s
         return out;
     }
     const TSvgNode* server = doc_.byId(paint.id);
+    if (server && server->tag == SvgTag::pattern) {
+        out.pattern = patternObject(*this, *server, state, bbox);
+        if (out.pattern) out.kind = SResolvedPaint::tiling;
+        else if (paint.hasFallback) simple(paint.fallback, paint.fallbackRgba);
+        return out;
+    }
     std::shared_ptr<SGradientSpec> spec;
     if (server) {
         auto it = gradients_.find(server);
@@ -497,20 +522,22 @@ void TPainter::fillAndStroke(const TPath& path, const SState& state, bool withSt
     }
     auto paintFill = [&] {
         if (fill.kind == SResolvedPaint::shading) return _gradientFill(path, state, pl, fill, fa, st.fillEvenOdd);
-        if (fill.kind != SResolvedPaint::solid) return;
+        if (fill.kind == SResolvedPaint::none) return;
         out.save("q\n");
         canvas_->alpha(fa, 1);
-        canvas_->color(fill.color, false);
+        if (fill.kind == SResolvedPaint::tiling) canvas_->tilingPaint(fill.pattern, false);
+        else canvas_->color(fill.color, false);
         canvas_->path(path, pl.scale);
         out.op(st.fillEvenOdd ? "f*" : "f");
         out.restore("Q\n");
     };
     auto paintStroke = [&] {
         if (stroke.kind == SResolvedPaint::shading) return _gradientStroke(path, state, pl, stroke, sa);
-        if (stroke.kind != SResolvedPaint::solid) return;
+        if (stroke.kind == SResolvedPaint::none) return;
         out.save("q\n");
         canvas_->alpha(1, sa);
-        canvas_->color(stroke.color, true);
+        if (stroke.kind == SResolvedPaint::tiling) canvas_->tilingPaint(stroke.pattern, true);
+        else canvas_->color(stroke.color, true);
         _strokeParameters(state, pl.scale);
         canvas_->path(path, pl.scale);
         out.op("S");

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -96,9 +98,13 @@ public:
     TPath geometry(const TSvgNode& node, const SState& state);
     // Draws as a group with that opacity: composited as a whole.
     void withOpacity(float opacity, const std::function<void()>& draw);
+    // Patterns being drawn, innermost last, and those made, by what they draw.
+    std::vector<const TSvgNode*>& activePatterns() { return activePatterns_; }
+    std::map<std::string, uint64_t>& patternCache() { return patternCache_; }
 
 private:
     void _walk(const SState& root);
+    void _collectDefinitions(const TSvgNode& node);
     void _draw(const TSvgNode& node, const SState& state);
     void _use(const TSvgNode& node, const SState& state);
     void _instance(const TSvgNode& target, const TSvgNode& use, const SState& state);
@@ -122,6 +128,8 @@ private:
     std::vector<const TSvgNode*> uses_;
     std::unordered_map<const TSvgNode*, SStyle> documentStyles_;
     std::unordered_map<const TSvgNode*, std::shared_ptr<SGradientSpec>> gradients_;
+    std::vector<const TSvgNode*> activePatterns_;
+    std::map<std::string, uint64_t> patternCache_;
 };
 
 // Whether an element's requiredFeatures, requiredExtensions and
