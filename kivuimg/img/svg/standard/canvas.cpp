@@ -1,5 +1,6 @@
 #include "kivuimg/img/svg/standard/canvas.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "kivuimg/commons/core/cstr.h"
@@ -68,7 +69,20 @@ void TCanvas::rect(double x, double y, double w, double h, double s) {
     out_->num(x * s).num(y * s).num(w * s).num(h * s).op("re");
 }
 
-void TCanvas::color(const SRgba& c, bool stroke) {
+void TCanvas::pushColourFilters(const std::vector<SColorMatrix>& filters) {
+    filters_.insert(filters_.end(), filters.begin(), filters.end());
+}
+
+void TCanvas::popColourFilters(size_t count) { filters_.resize(filters_.size() - std::min(count, filters_.size())); }
+
+SRgba TCanvas::filtered(const SRgba& rgba) const {
+    SRgba c = rgba;
+    for (auto it = filters_.rbegin(); it != filters_.rend(); ++it) c = it->apply(c);
+    return c;
+}
+
+void TCanvas::color(const SRgba& rgba, bool stroke) {
+    const SRgba c = filtered(rgba);
     const SColor target = host_.targetColor(SColor(std::make_unique<TRGBA>(c.r, c.g, c.b, 1.0f)));
     std::string ops = target.toPDF();
     if (stroke) {

@@ -23,6 +23,7 @@
 #include "kivuimg/commons/graphics/gradient.h"
 #include "kivuimg/commons/graphics/matrix.h"
 #include "kivuimg/img/imgformat.h"
+#include "kivuimg/img/svg/standard/filter.h"
 #include "kivuimg/img/svg/standard/path.h"
 #include "kivuimg/img/svg/standard/values.h"
 
@@ -73,8 +74,13 @@ public:
     // "re" of a rectangle in user units.
     void rect(double x, double y, double w, double h, double scale);
 
-    // Colour operators: "rg" (fill) or "RG" (stroke) in the target space.
+    // Colour operators: "rg" (fill) or "RG" (stroke) in the target space,
+    // through the colour filters in force.
     void color(const SRgba& rgba, bool stroke);
+    // Colour filters of the elements being drawn, innermost last.
+    void pushColourFilters(const std::vector<SColorMatrix>& filters);
+    void popColourFilters(size_t count);
+    SRgba filtered(const SRgba& rgba) const;
     // A shared graphics state with the fill and stroke alphas ("ca", "CA");
     // nothing when both are 1.
     void alpha(float fill, float stroke);
@@ -130,6 +136,7 @@ private:
     SBox formBox_;
     // Records already handed to the host in this emission, by content.
     std::vector<std::pair<size_t, int>> recordHashes_;
+    std::vector<SColorMatrix> filters_;
 };
 
 // A PDF number as a Form's dictionary writes it ("[0 0 240 -80]").

@@ -243,7 +243,7 @@ void withMask(TPainter& painter, const TSvgNode& mask, const SState& state, TLaz
     canvas.out().op("W").op("n");
     painter.drawChildren(mask, content);
     canvas.out().restore("Q\n");
-    const bool alpha = trimSpace(mask.attributeOr("mask-type")) == "alpha";
+    const bool alpha = content.style.maskAlpha;
     const uint64_t form = canvas.endForm("SVG/Mask", true, alpha ? nullptr : "/DeviceRGB");
     canvas.out().save("q\n");
     canvas.softMask(form, !alpha);

@@ -100,12 +100,16 @@ public:
     void withOpacity(float opacity, const std::function<void()>& draw);
     // Patterns being drawn, innermost last, and those made, by what they draw.
     std::vector<const TSvgNode*>& activePatterns() { return activePatterns_; }
+    // Markers being drawn: a marker inside itself is not drawn.
+    std::vector<const TSvgNode*>& activeMarkers() { return activeMarkers_; }
     std::map<std::string, uint64_t>& patternCache() { return patternCache_; }
 
 private:
     void _walk(const SState& root);
-    void _collectDefinitions(const TSvgNode& node);
+    void _collectDefinitions(const TSvgNode& node, bool referenced);
     void _draw(const TSvgNode& node, const SState& state);
+    void _filtered(const TSvgNode& node, const SState& state);
+    void _drawEntered(const TSvgNode& node, const SState& state);
     void _use(const TSvgNode& node, const SState& state);
     void _instance(const TSvgNode& target, const TSvgNode& use, const SState& state);
     void _viewport(const TSvgNode& node, const SState& state, double w, double h, bool hasW, bool hasH);
@@ -129,6 +133,7 @@ private:
     std::unordered_map<const TSvgNode*, SStyle> documentStyles_;
     std::unordered_map<const TSvgNode*, std::shared_ptr<SGradientSpec>> gradients_;
     std::vector<const TSvgNode*> activePatterns_;
+    std::vector<const TSvgNode*> activeMarkers_;
     std::map<std::string, uint64_t> patternCache_;
 };
 

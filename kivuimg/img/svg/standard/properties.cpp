@@ -56,6 +56,7 @@ constexpr SPropertyInfo kProperties[] = {
     {"mix-blend-mode", false, true},
     {"isolation", false, true},
     {"vector-effect", false, true},
+    {"mask-type", false, true},
     {"font", false, false},
     {"marker", false, false},
 };
@@ -364,6 +365,10 @@ bool applyOwn(Prop p, std::string_view v, const SStyle& parent, SStyle& o) {
             o.nonScalingStroke = t == "non-scaling-stroke";
             return !t.empty();
         }
+        case Prop::maskType: {
+            static const char* const kTypes[] = {"luminance", "alpha"};
+            return keyword(v, kTypes, k) && ((o.maskAlpha = k == 1), true);
+        }
         case Prop::font: return applyFont(v, parent, o);
         case Prop::marker: {
             std::string id;
@@ -467,6 +472,7 @@ void copyProperty(Prop p, const SStyle& from, SStyle& to) {
         case Prop::transform: to.transform = from.transform, to.hasTransform = from.hasTransform; break;
         case Prop::textDecoration: to.textDecoration = from.textDecoration; break;
         case Prop::vectorEffect: to.nonScalingStroke = from.nonScalingStroke; break;
+        case Prop::maskType: to.maskAlpha = from.maskAlpha; break;
         default: break;
     }
 }

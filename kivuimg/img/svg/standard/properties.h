@@ -25,7 +25,7 @@ enum class Prop : uint8_t {
     letterSpacing, wordSpacing, dominantBaseline, paintOrder, writingMode, direction,
     // not inherited
     opacity, display, overflow, clipPath, mask, filter, stopColor, stopOpacity, floodColor, floodOpacity,
-    baselineShift, alignmentBaseline, transform, textDecoration, mixBlendMode, isolation, vectorEffect,
+    baselineShift, alignmentBaseline, transform, textDecoration, mixBlendMode, isolation, vectorEffect, maskType,
     // shorthands, CSS only
     font, marker,
     count
@@ -94,6 +94,7 @@ struct SStyle {
     SMatrix transform;
     uint8_t textDecoration = 0;  // 1 underline, 2 overline, 4 line-through
     bool nonScalingStroke = false;
+    bool maskAlpha = false;  // mask-type: alpha
 };
 
 // The style an element starts from: its parent's inherited properties, the
