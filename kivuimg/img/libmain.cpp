@@ -149,6 +149,8 @@ const std::map<std::string, ImageFactory>& imageFactories() {
 std::unique_ptr<TImageFormat> createImage(std::unique_ptr<TBuffer> buffer, const std::string& ext, std::string& name) {
     if (!buffer || buffer->size() < 2) return undefinedOver(name, kNotFoundImage);
     const auto& factories = imageFactories();
+    // Compressed drawings are read under the standard rules only.
+    if (ext == ".svgz" && currentRules() == rulesStandard) return std::make_unique<TImageSVG>(std::move(buffer));
     auto it = factories.find(ext);
     if (it == factories.end()) {
         g_logExclamation(g_log, "Image format '%s' is not supported", ext.c_str());

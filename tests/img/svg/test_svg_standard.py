@@ -90,6 +90,36 @@ CASES = [
          'height=%2210%22%3E%3Crect width=%2210%22 height=%2210%22 fill=%22blue%22/%3E%3C/svg%3E" y="50" '
          'width="50" height="50"/>'),
      [(25, 25, GREEN), (75, 25, WHITE), (25, 75, BLUE)]),
+    ("clip paths: a circle clips a rect; two children clip to their union",
+     svg('<clipPath id="c"><circle cx="25" cy="25" r="20"/></clipPath><rect width="50" height="50" fill="green" '
+         'clip-path="url(#c)"/><clipPath id="u"><rect x="50" width="20" height="50"/><rect x="80" width="20" '
+         'height="50"/></clipPath><rect x="50" width="50" height="50" fill="blue" clip-path="url(#u)"/>'),
+     [(25, 25, GREEN), (3, 3, WHITE), (60, 25, BLUE), (75, 25, WHITE), (90, 25, BLUE)]),
+    ("a mask by the luminance of a gradient",
+     svg('<linearGradient id="g"><stop offset="0" stop-color="white"/><stop offset="1" stop-color="black"/>'
+         '</linearGradient><mask id="m"><rect width="100" height="50" fill="url(#g)"/></mask>'
+         '<rect width="100" height="50" fill="blue" mask="url(#m)"/>'),
+     [(3, 25, BLUE), (97, 25, WHITE)]),
+    ("a pattern tiles a rect",
+     svg('<pattern id="p" width="20" height="20" patternUnits="userSpaceOnUse"><rect width="10" height="10" '
+         'fill="green"/><rect x="10" y="10" width="10" height="10" fill="green"/></pattern>'
+         '<rect width="100" height="100" fill="url(#p)"/>'),
+     [(5, 5, GREEN), (15, 5, WHITE), (45, 45, GREEN), (55, 45, WHITE)]),
+    ("markers at the vertices of a polyline",
+     svg('<marker id="m" markerWidth="10" markerHeight="10" refX="5" refY="5" markerUnits="userSpaceOnUse">'
+         '<rect width="10" height="10" fill="green"/></marker><polyline points="20 20 80 20 80 80" fill="none" '
+         'stroke="black" marker-start="url(#m)" marker-mid="url(#m)" marker-end="url(#m)"/>'),
+     [(17, 17, GREEN), (83, 17, GREEN), (83, 83, GREEN), (50, 40, WHITE)]),
+    ("switch draws the first child whose language passes; a nested svg clips to its viewport",
+     svg('<switch><rect systemLanguage="fr" width="50" height="50" fill="red"/><rect width="50" height="50" '
+         'fill="green"/></switch><svg x="50" width="25" height="50"><rect width="50" height="50" fill="blue"/></svg>'),
+     [(25, 25, GREEN), (60, 25, BLUE), (90, 25, WHITE)]),
+    ("filters: a shadow is left out, a colour matrix changes the colours",
+     svg('<filter id="s"><feOffset dx="10" dy="10"/><feGaussianBlur stdDeviation="2" result="b"/><feMerge>'
+         '<feMergeNode in="b"/><feMergeNode in="SourceGraphic"/></feMerge></filter><filter id="g">'
+         '<feColorMatrix type="saturate" values="0"/></filter><rect width="40" height="40" fill="green" '
+         'filter="url(#s)"/><rect x="50" width="40" height="40" fill="red" filter="url(#g)"/>'),
+     [(20, 20, GREEN), (45, 45, WHITE), (70, 20, (127, 127, 127))]),
     ("opacity of a group composites it whole",
      svg('<g opacity="0.5"><rect width="60" height="100" fill="blue"/><rect x="40" width="60" height="100" '
          'fill="blue"/></g>'),
@@ -109,6 +139,30 @@ TEXT = [
     ("a transform on text reaches its tspans",
      svg('<text transform="translate(60 0)" x="0" y="60" font-size="20"><tspan>T</tspan></text>'), 66),
 ]
+
+
+def unresolved_names(pdf):
+    """Names the content streams (pages, forms, tiling patterns) use that
+    their Resources lack."""
+    import pikepdf
+    uses = {"gs": "/ExtGState", "sh": "/Shading", "Do": "/XObject", "Tf": "/Font", "scn": "/Pattern",
+            "SCN": "/Pattern"}
+    missing = []
+
+    def check(stream, resources):
+        for operands, op in pikepdf.parse_content_stream(stream):
+            kind = uses.get(str(op))
+            names = [o for o in operands if isinstance(o, pikepdf.Name)]
+            if kind and names and names[-1] not in resources.get(kind, {}):
+                missing.append("%s %s" % (names[-1], op))
+
+    with pikepdf.open(pdf) as doc:
+        for page in doc.pages:
+            check(page.obj, page.Resources)
+        for obj in doc.objects:
+            if isinstance(obj, pikepdf.Stream) and (obj.get("/Subtype") == "/Form" or obj.get("/PatternType") == 1):
+                check(obj, obj.get("/Resources", pikepdf.Dictionary()))
+    return missing
 
 
 def ink_centre(page):
@@ -147,6 +201,12 @@ def main():
         got = ink_centre(kt.render(pdf, len(CASES) + n + 1, 96))
         if got is None or abs(got - centre) > 8:
             failures.append("%s: ink centred at %s, not about %d" % (name, got, centre))
+    failures += ["a name without its resource: " + n for n in unresolved_names(pdf)]
+    # A compressed drawing reads as its expansion.
+    import gzip
+    packed = Path(scratch) / "packed.svgz"
+    packed.write_bytes(gzip.compress(Path(files[0]).read_bytes()))
+    kt.run(["convert", "--strict", str(packed), "-o", pdf], rules="standard")
     # Exact page sizes: 240 x 80 CSS pixels are 180 x 60 points.
     exact = Path(scratch) / "exact.svg"
     exact.write_text(svg('<rect width="240" height="80"/>', 'width="240" height="80"'))

@@ -34,6 +34,16 @@ void TStandardDrawing::read(std::span<const uint8_t> bytes, const std::string& f
     auto doc = std::make_shared<TSvgDocument>();
     SReadLimits limits;
     limits.maxElements = maxSvgElements();
+    // A gzip stream (.svgz) is read as its expansion, under the same limit.
+    std::vector<uint8_t> inflated;
+    if (bytes.size() >= 2 && bytes[0] == 0x1F && bytes[1] == 0x8B) {
+        try {
+            inflated = TMemory::_uncomp(bytes, 0, 15 + 16, limits.maxBytes);
+        } catch (const KivuException& e) {
+            throwf("SVG: the compressed drawing can't be read (%s)", e.what());
+        }
+        bytes = inflated;
+    }
     doc->read(bytes, limits);
     doc_ = doc;
     size_ = rootSize(*doc->root());

@@ -74,6 +74,7 @@ std::string sniffPicture(std::span<const uint8_t> b) {
     if (startsWith(b, "\x89PNG")) return "png";
     if (startsWith(b, "\xFF\xD8\xFF")) return "jpg";
     if (startsWith(b, "GIF8")) return "gif";
+    if (startsWith(b, "\x1F\x8B")) return "svgz";
     if (startsWith(b, "BM")) return "bmp";
     if (startsWith(b, "\xD7\xCD\xC6\x9A") || startsWith(b, std::string_view("\x01\x00\x09\x00", 4)) ||
         startsWith(b, std::string_view("\x02\x00\x09\x00", 4)))
