@@ -141,7 +141,9 @@ void TClipper::_drawPart(const SClipPart& part) {
     TCanvas& canvas = *painter_.canvas();
     if (part.text) {
         SState st = part.state;
-        st.style.fill = SPaint{SPaint::color, SRgba{1, 1, 1, 1}};
+        st.style.fill = SPaint{};
+        st.style.fill.kind = SPaint::color;
+        st.style.fill.rgba = SRgba{1, 1, 1, 1};
         st.style.stroke = SPaint{};
         st.style.fillOpacity = st.style.opacity = 1;
         drawText(painter_, *part.node, st);
