@@ -141,20 +141,26 @@ TEXT = [
 ]
 
 
-def unresolved_names(pdf):
+def content_problems(pdf):
     """Names the content streams (pages, forms, tiling patterns) use that
-    their Resources lack."""
+    their Resources lack, and q/Q that don't pair."""
     import pikepdf
     uses = {"gs": "/ExtGState", "sh": "/Shading", "Do": "/XObject", "Tf": "/Font", "scn": "/Pattern",
             "SCN": "/Pattern"}
     missing = []
 
     def check(stream, resources):
+        depth = 0
         for operands, op in pikepdf.parse_content_stream(stream):
+            depth += {"q": 1, "Q": -1}.get(str(op), 0)
+            if depth < 0:
+                missing.append("Q without its q")
             kind = uses.get(str(op))
             names = [o for o in operands if isinstance(o, pikepdf.Name)]
             if kind and names and names[-1] not in resources.get(kind, {}):
-                missing.append("%s %s" % (names[-1], op))
+                missing.append("%s %s without its resource" % (names[-1], op))
+        if depth:
+            missing.append("%d q without their Q" % depth)
 
     with pikepdf.open(pdf) as doc:
         for page in doc.pages:
@@ -201,7 +207,7 @@ def main():
         got = ink_centre(kt.render(pdf, len(CASES) + n + 1, 96))
         if got is None or abs(got - centre) > 8:
             failures.append("%s: ink centred at %s, not about %d" % (name, got, centre))
-    failures += ["a name without its resource: " + n for n in unresolved_names(pdf)]
+    failures += content_problems(pdf)
     # A compressed drawing reads as its expansion.
     import gzip
     packed = Path(scratch) / "packed.svgz"

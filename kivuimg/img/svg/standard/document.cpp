@@ -4,6 +4,7 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
+#include <libxml/xmlreader.h>
 
 #include <algorithm>
 #include <climits>
@@ -76,13 +77,6 @@ std::string listText(xmlDoc* doc, const xmlNode* first) {
     return out;
 }
 
-std::string parseFailure(xmlParserCtxtPtr ctxt) {
-    const xmlError* e = ctxt ? xmlCtxtGetLastError(ctxt) : nullptr;
-    if (!e || !e->message) return "SVG: not well-formed";
-    std::string message = strip(text(reinterpret_cast<const xmlChar*>(e->message)));
-    return sformat("SVG: not well-formed at line %d (%s)", e->line, message.c_str());
-}
-
 }  // namespace
 
 // ---- nodes ---------------------------------------------------------------------
@@ -147,40 +141,175 @@ void TSvgDocument::_count(uint64_t bytes) {
                static_cast<unsigned long long>(limits_.maxBytes));
 }
 
+namespace {
+
+// The first error the parser reports.
+struct SReaderErrors {
+    std::string first;
+    int line = 0;
+};
+
+void onReaderError(void* arg, xmlErrorPtr e) {
+    auto* errors = static_cast<SReaderErrors*>(arg);
+    if (!e || e->level < XML_ERR_ERROR || !errors->first.empty()) return;
+    errors->first = e->message ? strip(std::string(e->message)) : "error";
+    errors->line = e->line;
+}
+
+// Whether some tag of the text holds more than `limit` attributes, told by
+// the equals signs between its brackets: the parser's check for repeated
+// attributes takes time by the square of their number, so such a file is
+// refused before it is parsed.
+bool tooManyAttributes(std::span<const uint8_t> bytes, uint32_t limit) {
+    uint32_t count = 0;
+    bool inTag = false;
+    for (uint8_t c : bytes) {
+        if (c == '<') inTag = true, count = 0;
+        else if (c == '>') inTag = false;
+        else if (inTag && c == '=' && ++count > limit) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 void TSvgDocument::read(std::span<const uint8_t> bytes, const SReadLimits& limits) {
     limits_ = limits;
+    if (bytes.empty()) throw KivuException("SVG: empty file");
     if (bytes.size() > limits_.maxBytes)
         throwf("SVG: the file of %zu bytes is larger than the limit of %llu", bytes.size(),
                static_cast<unsigned long long>(limits_.maxBytes));
-    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
-    if (!ctxt) throw KivuException("SVG: out of memory");
-    // No network, nothing outside the bytes, no entity substituted by the
-    // parser: the document's own entities are expanded one level below.
-    xmlDocPtr doc = xmlCtxtReadMemory(ctxt, reinterpret_cast<const char*>(bytes.data()),
-                                      static_cast<int>(std::min<size_t>(bytes.size(), INT_MAX)), nullptr, nullptr,
-                                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-    if (!doc) {
-        const std::string reason = bytes.empty() ? "SVG: empty file" : parseFailure(ctxt);
-        xmlFreeParserCtxt(ctxt);
-        throw KivuException(reason);
-    }
-    xmlFreeParserCtxt(ctxt);
-    doc_ = doc;
+    if (tooManyAttributes(bytes, limits_.maxAttributes))
+        throwf("SVG: an element holds more than %u attributes", limits_.maxAttributes);
+    // Read as a stream, so that the parser's own tree never stands whole
+    // beside this one.  No network, nothing outside the bytes, no entity
+    // substituted by the parser: the document's own entities are expanded
+    // here, each expansion counted.
+    xmlTextReaderPtr reader = xmlReaderForMemory(reinterpret_cast<const char*>(bytes.data()),
+                                                 static_cast<int>(std::min<size_t>(bytes.size(), INT_MAX)), nullptr,
+                                                 nullptr, XML_PARSE_NONET | XML_PARSE_NOWARNING);
+    if (!reader) throw KivuException("SVG: out of memory");
+    SReaderErrors errors;
+    xmlTextReaderSetStructuredErrorHandler(reader, onReaderError, &errors);
     try {
-        xmlNode* root = xmlDocGetRootElement(doc);
-        if (!root || text(root->name) != "svg" || !inSvgNamespace(root))
-            throw KivuException("SVG: the root element is not svg");
-        root_ = _build(root, nullptr, 0);
-        _collectStyleSheets(*root_);
-        _count(sheet_.bytes());
-        _cascade(*root_);
+        const bool complete = _stream(reader);
+        if (!errors.first.empty())
+            throwf("SVG: not well-formed at line %d (%s)", errors.line, errors.first.c_str());
+        if (!complete)
+            throwf("SVG: not well-formed at line %d", xmlTextReaderGetParserLineNumber(reader));
     } catch (...) {
-        xmlFreeDoc(doc);
+        xmlFreeTextReader(reader);
         doc_ = nullptr;
         throw;
     }
-    xmlFreeDoc(doc);
+    xmlFreeTextReader(reader);
     doc_ = nullptr;
+    if (!root_) throw KivuException("SVG: the root element is not svg");
+    _collectStyleSheets(*root_);
+    _count(sheet_.bytes());
+    _cascade(*root_);
+}
+
+bool TSvgDocument::_stream(_xmlTextReader* reader) {
+    std::vector<TSvgNode*> open;
+    int skip = -1;  // the depth of a foreign element whose subtree is passed over
+    int rc;
+    while ((rc = xmlTextReaderRead(reader)) == 1) {
+        doc_ = xmlTextReaderCurrentDoc(reader);
+        const int type = xmlTextReaderNodeType(reader), depth = xmlTextReaderDepth(reader);
+        if (skip >= 0) {
+            if (type == XML_READER_TYPE_END_ELEMENT && depth == skip) skip = -1;
+            continue;
+        }
+        switch (type) {
+            case XML_READER_TYPE_ELEMENT: _openElement(reader, open, depth, skip); break;
+            case XML_READER_TYPE_END_ELEMENT:
+                if (!open.empty()) open.pop_back();
+                break;
+            case XML_READER_TYPE_TEXT:
+            case XML_READER_TYPE_CDATA:
+            case XML_READER_TYPE_WHITESPACE:
+            case XML_READER_TYPE_SIGNIFICANT_WHITESPACE:
+                if (!open.empty() && keepsCharacterData(open.back()->tag))
+                    _addText(*open.back(), text(xmlTextReaderConstValue(reader)));
+                break;
+            case XML_READER_TYPE_ENTITY_REFERENCE:
+                if (!open.empty()) _buildChildren(xmlTextReaderCurrentNode(reader), *open.back(), depth, true);
+                break;
+            default: break;
+        }
+    }
+    return rc == 0;
+}
+
+void TSvgDocument::_openElement(_xmlTextReader* reader, std::vector<TSvgNode*>& open, int depth, int& skip) {
+    const xmlChar* ns = xmlTextReaderConstNamespaceUri(reader);
+    const bool empty = xmlTextReaderIsEmptyElement(reader) == 1;
+    const bool svg = !ns || std::strcmp(reinterpret_cast<const char*>(ns), kSvgNamespace) == 0;
+    if (open.empty() && (root_ || !svg || text(xmlTextReaderConstLocalName(reader)) != "svg"))
+        throw KivuException("SVG: the root element is not svg");
+    if (!svg) {
+        if (!empty) skip = depth;
+        return;
+    }
+    if (depth > limits_.maxDepth) throwf("SVG: elements nest deeper than %d levels", limits_.maxDepth);
+    auto node = _newElement(text(xmlTextReaderConstLocalName(reader)), open.empty() ? nullptr : open.back());
+    bool plainHref = false;
+    uint32_t count = 0;
+    while (xmlTextReaderMoveToNextAttribute(reader) == 1) {
+        if (++count > limits_.maxAttributes)
+            throwf("SVG: an element holds more than %u attributes", limits_.maxAttributes);
+        const xmlChar* uri = xmlTextReaderConstNamespaceUri(reader);
+        _addAttribute(*node, text(xmlTextReaderConstLocalName(reader)),
+                      uri ? reinterpret_cast<const char*>(uri) : nullptr, text(xmlTextReaderConstValue(reader)),
+                      plainHref);
+    }
+    xmlTextReaderMoveToElement(reader);
+    _finishAttributes(*node, plainHref);
+    TSvgNode* at = node.get();
+    if (open.empty()) root_ = std::move(node);
+    else _attach(*open.back(), std::move(node));
+    if (!empty) open.push_back(at);
+}
+
+std::unique_ptr<TSvgNode> TSvgDocument::_newElement(std::string name, TSvgNode* parent) {
+    if (++elements_ > limits_.maxElements)
+        throwf("SVG: the drawing holds more than %llu elements", static_cast<unsigned long long>(limits_.maxElements));
+    auto out = std::make_unique<TSvgNode>();
+    out->name = std::move(name);
+    out->tag = tagOf(out->name);
+    out->parent = parent;
+    _count(out->name.size() + 16);
+    return out;
+}
+
+void TSvgDocument::_attach(TSvgNode& parent, std::unique_ptr<TSvgNode> child) {
+    child->childIndex = static_cast<uint32_t>(parent.children.size());
+    parent.children.push_back(std::move(child));
+}
+
+void TSvgDocument::_addAttribute(TSvgNode& out, std::string name, const char* ns, std::string value,
+                                 bool& plainHref) {
+    if (ns && std::strcmp(ns, kXlinkNamespace) == 0) {
+        if (name != "href") return;
+        name = "xlink:href";
+    } else if (ns && std::strcmp(ns, kXmlNamespace) == 0) {
+        name = "xml:" + name;
+    } else if (ns) {
+        return;  // an editor's own attribute, or a namespace declaration
+    }
+    if (name == "href") plainHref = true;
+    _count(name.size() + value.size());
+    out.attributes.emplace_back(std::move(name), std::move(value));
+}
+
+// "href" wins over "xlink:href"; either is read as "href".  The id enters the index.
+void TSvgDocument::_finishAttributes(TSvgNode& out, bool plainHref) {
+    if (plainHref) std::erase_if(out.attributes, [](const auto& kv) { return kv.first == "xlink:href"; });
+    for (auto& kv : out.attributes)
+        if (kv.first == "xlink:href") kv.first = "href";
+    if (const std::string* id = out.attribute("id"))
+        if (!id->empty()) ids_.try_emplace(std::string_view(*id), &out);
 }
 
 void TSvgDocument::_readAttributes(_xmlNode* node, TSvgNode& out) {
@@ -190,35 +319,12 @@ void TSvgDocument::_readAttributes(_xmlNode* node, TSvgNode& out) {
         if (++count > limits_.maxAttributes)
             throwf("SVG: an element holds more than %u attributes", limits_.maxAttributes);
         const char* ns = a->ns && a->ns->href ? reinterpret_cast<const char*>(a->ns->href) : nullptr;
-        std::string name = text(a->name);
-        if (ns && std::strcmp(ns, kXlinkNamespace) == 0) {
-            if (name != "href") continue;
-            if (plainHref) continue;
-            name = "xlink:href";
-        } else if (ns && std::strcmp(ns, kXmlNamespace) == 0) {
-            name = "xml:" + name;
-        } else if (ns) {
-            continue;  // an editor's own attribute
-        }
-        if (name == "href") plainHref = true;
-        std::string value = listText(doc_, a->children);
-        _count(name.size() + value.size());
-        out.attributes.emplace_back(std::move(name), std::move(value));
+        _addAttribute(out, text(a->name), ns, listText(doc_, a->children), plainHref);
     }
-    // "href" wins over "xlink:href"; either is read as "href".
-    if (plainHref)
-        std::erase_if(out.attributes, [](const auto& kv) { return kv.first == "xlink:href"; });
-    for (auto& kv : out.attributes)
-        if (kv.first == "xlink:href") kv.first = "href";
+    _finishAttributes(out, plainHref);
 }
 
-void TSvgDocument::_addCharacterData(_xmlNode* node, TSvgNode& parent) {
-    std::string data = node->type == XML_ENTITY_REF_NODE ? listText(doc_, node) : text(node->content);
-    if (node->type == XML_ENTITY_REF_NODE) {
-        // listText walked the siblings too: take this reference alone.
-        const xmlEntity* e = xmlGetDocEntity(doc_, node->name);
-        data = e && e->etype == XML_INTERNAL_GENERAL_ENTITY ? text(e->content) : std::string();
-    }
+void TSvgDocument::_addText(TSvgNode& parent, std::string data) {
     if (data.empty()) return;
     _count(data.size());
     // Neighbouring pieces (text, CDATA, entities) make one node.
@@ -230,49 +336,42 @@ void TSvgDocument::_addCharacterData(_xmlNode* node, TSvgNode& parent) {
     t->isText = true;
     t->text = std::move(data);
     t->parent = &parent;
-    t->childIndex = static_cast<uint32_t>(parent.children.size());
-    parent.children.push_back(std::move(t));
+    _attach(parent, std::move(t));
 }
 
 std::unique_ptr<TSvgNode> TSvgDocument::_build(_xmlNode* node, TSvgNode* parent, int depth) {
     if (depth > limits_.maxDepth) throwf("SVG: elements nest deeper than %d levels", limits_.maxDepth);
-    if (++elements_ > limits_.maxElements)
-        throwf("SVG: the drawing holds more than %llu elements", static_cast<unsigned long long>(limits_.maxElements));
-    auto out = std::make_unique<TSvgNode>();
-    out->name = text(node->name);
-    out->tag = tagOf(out->name);
-    out->parent = parent;
-    _count(out->name.size() + 16);
+    auto out = _newElement(text(node->name), parent);
     _readAttributes(node, *out);
-    if (const std::string* id = out->attribute("id"))
-        if (!id->empty()) ids_.try_emplace(std::string_view(*id), out.get());
-    _buildChildren(node->children, *out, depth);
+    _buildChildren(node->children, *out, depth, false);
     return out;
 }
 
-// The children of a node, and those of the internal entities referred to
-// among them, as if the entity's text stood there.
-void TSvgDocument::_buildChildren(_xmlNode* first, TSvgNode& parent, int depth) {
+// The children of a node of the parser's tree (or, for `entity`, the
+// content of the internal entity that the node refers to), as if their
+// text stood there.
+void TSvgDocument::_buildChildren(_xmlNode* first, TSvgNode& parent, int depth, bool entity) {
+    if (entity) {
+        const xmlEntity* e = first ? xmlGetDocEntity(doc_, first->name) : nullptr;
+        if (!e || e->etype != XML_INTERNAL_GENERAL_ENTITY) return;
+        // Every expansion costs: entities that multiply one another end at the budget.
+        _count(16);
+        if (depth + 1 > limits_.maxDepth) throwf("SVG: entities nest deeper than %d levels", limits_.maxDepth);
+        if (!e->children) {
+            if (keepsCharacterData(parent.tag)) _addText(parent, text(e->content));
+            return;
+        }
+        first = e->children;
+        ++depth;
+    }
     const bool keepData = keepsCharacterData(parent.tag);
     for (xmlNode* c = first; c; c = c->next) {
         if (c->type == XML_ELEMENT_NODE) {
-            if (!inSvgNamespace(c)) continue;
-            std::unique_ptr<TSvgNode> child = _build(c, &parent, depth + 1);
-            child->childIndex = static_cast<uint32_t>(parent.children.size());
-            parent.children.push_back(std::move(child));
+            if (inSvgNamespace(c)) _attach(parent, _build(c, &parent, depth + 1));
         } else if (c->type == XML_ENTITY_REF_NODE) {
-            const xmlEntity* e = xmlGetDocEntity(doc_, c->name);
-            if (!e || e->etype != XML_INTERNAL_GENERAL_ENTITY) continue;
-            // Every expansion costs: entities that multiply one another end at the budget.
-            _count(16);
-            if (e->children) {
-                if (depth + 1 > limits_.maxDepth) throwf("SVG: entities nest deeper than %d levels", limits_.maxDepth);
-                _buildChildren(e->children, parent, depth + 1);
-            } else if (keepData) {
-                _addCharacterData(c, parent);
-            }
+            _buildChildren(c, parent, depth, true);
         } else if (keepData && (c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE)) {
-            _addCharacterData(c, parent);
+            _addText(parent, text(c->content));
         }
     }
 }

@@ -24,6 +24,7 @@
 
 struct _xmlNode;
 struct _xmlDoc;
+struct _xmlTextReader;
 
 namespace kivu::stdsvg {
 
@@ -93,10 +94,17 @@ public:
     uint64_t elements() const { return elements_; }
 
 private:
+    // False when the parser stopped before the end.
+    bool _stream(_xmlTextReader* reader);
+    void _openElement(_xmlTextReader* reader, std::vector<TSvgNode*>& open, int depth, int& skip);
+    std::unique_ptr<TSvgNode> _newElement(std::string name, TSvgNode* parent);
+    void _attach(TSvgNode& parent, std::unique_ptr<TSvgNode> child);
+    void _addAttribute(TSvgNode& out, std::string name, const char* ns, std::string value, bool& plainHref);
+    void _finishAttributes(TSvgNode& out, bool plainHref);
     std::unique_ptr<TSvgNode> _build(_xmlNode* node, TSvgNode* parent, int depth);
-    void _buildChildren(_xmlNode* first, TSvgNode& parent, int depth);
+    void _buildChildren(_xmlNode* first, TSvgNode& parent, int depth, bool entity);
     void _readAttributes(_xmlNode* node, TSvgNode& out);
-    void _addCharacterData(_xmlNode* node, TSvgNode& parent);
+    void _addText(TSvgNode& parent, std::string data);
     void _collectStyleSheets(const TSvgNode& node);
     void _cascade(TSvgNode& node);
     void _count(uint64_t bytes);
