@@ -148,6 +148,11 @@ void TImageSVG::_readStandard() {
     std::error_code ec;
     if (!src_.empty() && fileExists(src_)) folder = std::filesystem::absolute(src_, ec).parent_path().string();
     standard_->read(buffer_ ? buffer_->bytes() : std::span<const uint8_t>(), folder);
+    // The tree holds all the drawing needs: the file's bytes go.
+    if (buffer_) {
+        buffer_->clear();
+        buffer_->fit();
+    }
     width_ = static_cast<int32_t>(std::lround(standard_->width()));
     height_ = static_cast<int32_t>(std::lround(standard_->height()));
     unit_ = uPx;

@@ -178,7 +178,7 @@ uint64_t TCanvas::endPattern(const SMatrix& m, double w, double h) {
     pattern->set("XStep", trimmedNumber(w));
     pattern->set("YStep", trimmedNumber(h));
     pattern->set("Matrix", "[" + sformat("%.6f %.6f %.6f %.6f %.3f %.3f", m.a, m.b, m.c, m.d, m.e, m.f) + "]");
-    pattern->setStream(level.buffer.get(), "");
+    pattern->shareStream(std::shared_ptr<const TMemory>(std::move(level.buffer)), "");
     host_.addResourceHolder(pattern->num());
     return pattern->num();
 }
@@ -201,7 +201,7 @@ uint64_t TCanvas::_endForm(const std::string& comment, bool group, const char* g
     if (group)
         form->set("Group", std::string("<< /Type /Group /S /Transparency") +
                                (groupSpace ? std::string(" /CS ") + groupSpace : std::string()) + " >>");
-    form->setStream(level.buffer.get(), "");
+    form->shareStream(std::shared_ptr<const TMemory>(std::move(level.buffer)), "");
     host_.addResourceHolder(form->num());
     return form->num();
 }

@@ -162,14 +162,15 @@ uint64_t TStandardDrawing::emit(TObjects* objects, std::vector<SGradient>* gradi
     group->comment("SVG/Transparency");
     group->args({"Type", "Group"});
     group->args({"S", "Transparency"});
-    TBuffer stream(4096, 8192);
+    // The object takes the stream as it stands: no copy.
+    auto stream = std::make_shared<TBuffer>(4096, 8192);
     if (doc_ && size_.placement.drawn) {
         visits_ = 0, contentBytes_ = 0;
-        TCanvas canvas(*this, stream, formBox());
+        TCanvas canvas(*this, *stream, formBox());
         TPainter painter(*doc_, *this);
         painter.paint(canvas, kPixelsToForm * size_.placement.matrix, size_.placement.inner);
     }
-    form->setStream(&stream, "");
+    form->shareStream(std::move(stream), "");
     objects_ = nullptr, gradients_ = nullptr;
     return number;
 }
