@@ -1,8 +1,10 @@
 #include "kivuimg/img/svg/standard/css.h"
 
 #include <algorithm>
+#include <map>
 
 #include "kivuimg/img/svg/standard/document.h"
+#include "kivuimg/img/svg/standard/properties.h"
 #include "kivuimg/img/svg/standard/values.h"
 
 namespace kivu::stdsvg {
@@ -287,28 +289,49 @@ bool compoundMatches(const SCompound& c, const TSvgNode& node) {
     return true;
 }
 
-// Whether compounds [0, k] match with compound k on `node`.
-bool matchesFrom(const SSelector& sel, size_t k, const TSvgNode& node) {
-    if (!compoundMatches(sel.compounds[k], node)) return false;
-    if (k == 0) return true;
-    const char comb = sel.compounds[k].combinator;
-    if (comb == '>') return node.parent && !node.parent->isText && matchesFrom(sel, k - 1, *node.parent);
-    if (comb == '+') {
-        const TSvgNode* p = node.previousElement();
-        return p && matchesFrom(sel, k - 1, *p);
+// Whether compounds [0, k] match with compound k on `node`.  Results are
+// remembered per compound and element: a selector of many descendant
+// combinators would otherwise try every chain of ancestors.
+class TMatcher {
+public:
+    explicit TMatcher(const SSelector& sel) : sel_(sel) {}
+
+    bool matches(size_t k, const TSvgNode& node) {
+        const auto key = std::make_pair(k, &node);
+        auto known = memo_.find(key);
+        if (known != memo_.end()) return known->second;
+        const bool result = _matches(k, node);
+        memo_.emplace(key, result);
+        return result;
     }
-    if (comb == '~') {
-        for (const TSvgNode* p = node.previousElement(); p; p = p->previousElement())
-            if (matchesFrom(sel, k - 1, *p)) return true;
+
+private:
+    bool _matches(size_t k, const TSvgNode& node) {
+        if (!compoundMatches(sel_.compounds[k], node)) return false;
+        if (k == 0) return true;
+        const char comb = sel_.compounds[k].combinator;
+        if (comb == '>') return node.parent && matches(k - 1, *node.parent);
+        if (comb == '+') {
+            const TSvgNode* p = node.previousElement();
+            return p && matches(k - 1, *p);
+        }
+        if (comb == '~') {
+            for (const TSvgNode* p = node.previousElement(); p; p = p->previousElement())
+                if (matches(k - 1, *p)) return true;
+            return false;
+        }
+        for (const TSvgNode* p = node.parent; p; p = p->parent)
+            if (matches(k - 1, *p)) return true;
         return false;
     }
-    for (const TSvgNode* p = node.parent; p; p = p->parent)
-        if (matchesFrom(sel, k - 1, *p)) return true;
-    return false;
-}
+
+    const SSelector& sel_;
+    std::map<std::pair<size_t, const TSvgNode*>, bool> memo_;
+};
 
 bool selectorMatchesNode(const SSelector& sel, const TSvgNode& node) {
-    return matchesFrom(sel, sel.compounds.size() - 1, node);
+    if (sel.compounds.size() == 1) return compoundMatches(sel.compounds.front(), node);
+    return TMatcher(sel).matches(sel.compounds.size() - 1, node);
 }
 
 // ---- sheet text -------------------------------------------------------------------------
@@ -433,11 +456,21 @@ void TStyleSheet::_addRule(std::string_view prelude, std::string_view body) {
         rule.selector = std::move(selector);
         rules.push_back(std::move(rule));
     }
-    auto declarations = std::make_shared<TDeclarations>();
-    parseDeclarations(body, *declarations);
-    if (declarations->empty()) return;
+    TDeclarations declarations;
+    parseDeclarations(body, declarations);
+    auto kept = std::make_shared<std::vector<SRuleDeclaration>>();
+    for (auto it = declarations.rbegin(); it != declarations.rend(); ++it) {
+        const Prop p = propertyByName(it->property);
+        if (p == Prop::count || !validValue(p, it->value)) continue;
+        const auto same = [&](const SRuleDeclaration& d) {
+            return d.prop == static_cast<uint8_t>(p) && d.important == it->important;
+        };
+        if (std::none_of(kept->begin(), kept->end(), same))
+            kept->push_back(SRuleDeclaration{static_cast<uint8_t>(p), it->important, it->value});
+    }
+    if (kept->empty()) return;
     bytes_ += body.size() + prelude.size();
-    std::shared_ptr<const TDeclarations> shared = std::move(declarations);
+    std::shared_ptr<const std::vector<SRuleDeclaration>> shared = std::move(kept);
     for (SRule& rule : rules) {
         rule.order = order_++;
         rule.body = shared;

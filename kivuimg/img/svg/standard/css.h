@@ -28,6 +28,15 @@ struct SDeclaration {
     std::string value;     // trimmed, without "!important"
     bool important = false;
 };
+
+// A rule's body as the cascade uses it: of the declarations of properties
+// this library knows, with values valid for them, the last of each
+// property and importance.
+struct SRuleDeclaration {
+    uint8_t prop;
+    bool important;
+    std::string value;
+};
 using TDeclarations = std::vector<SDeclaration>;
 
 // Appends the declarations of "a: b; c: d !important"; malformed ones are
@@ -40,7 +49,7 @@ struct SRule {
     std::shared_ptr<const SSelector> selector;
     uint32_t specificity = 0;  // ids << 16 | classes, attributes, pseudo-classes << 8 | types
     uint32_t order = 0;        // source order over the document's sheets
-    std::shared_ptr<const TDeclarations> body;
+    std::shared_ptr<const std::vector<SRuleDeclaration>> body;
 };
 
 class TStyleSheet {

@@ -7,6 +7,7 @@
 #include <libxml/xmlreader.h>
 
 #include <algorithm>
+#include <unordered_set>
 #include <climits>
 #include <cstring>
 
@@ -15,6 +16,9 @@
 namespace kivu::stdsvg {
 
 namespace {
+
+// How often style rules may match elements in one document.
+constexpr uint64_t kMaxRuleMatches = 4000000;
 
 constexpr const char* kSvgNamespace = "http://www.w3.org/2000/svg";
 constexpr const char* kXlinkNamespace = "http://www.w3.org/1999/xlink";
@@ -411,8 +415,8 @@ struct SCandidate {
     }
 };
 
-void offer(std::vector<SCandidate>& winners, const SCandidate& c) {
-    if (!validValue(c.prop, c.value)) return;
+void offer(std::vector<SCandidate>& winners, const SCandidate& c, bool checked = false) {
+    if (!checked && !validValue(c.prop, c.value)) return;
     for (SCandidate& w : winners)
         if (w.prop == c.prop) {
             if (c.beats(w)) w = c;
@@ -432,11 +436,19 @@ void TSvgDocument::_cascade(TSvgNode& node) {
     }
     std::vector<const SRule*> rules;
     sheet_.matching(node, rules);
-    for (const SRule* rule : rules)
-        for (const SDeclaration& d : *rule->body) {
-            const Prop p = propertyByName(d.property);
-            if (p != Prop::count) offer(winners, {p, d.value, d.important ? 3u : 1u, rule->specificity, rule->order});
-        }
+    // Style sheets whose rules match every element cost by their product: bounded.
+    matches_ += rules.size();
+    if (matches_ > kMaxRuleMatches)
+        throwf("SVG: the style sheets match elements more than %llu times", static_cast<unsigned long long>(kMaxRuleMatches));
+    // A body that several selectors share counts once, at its strongest rule.
+    std::unordered_set<const void*> bodies;
+    for (auto it = rules.rbegin(); it != rules.rend(); ++it) {
+        const SRule* rule = *it;
+        if (!bodies.insert(rule->body.get()).second) continue;
+        for (const SRuleDeclaration& d : *rule->body)
+            offer(winners, {static_cast<Prop>(d.prop), d.value, d.important ? 3u : 1u, rule->specificity, rule->order},
+                  true);
+    }
     if (const std::string* style = node.attribute("style")) {
         auto inline_ = std::make_unique<TDeclarations>();
         parseDeclarations(*style, *inline_);

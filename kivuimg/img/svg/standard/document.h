@@ -116,6 +116,7 @@ private:
     _xmlDoc* doc_ = nullptr;
     uint64_t bytes_ = 0;
     uint64_t elements_ = 0;
+    uint64_t matches_ = 0;
 };
 
 // The text of an element's character data, entities and all, in order.
