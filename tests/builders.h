@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <filesystem>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -20,6 +21,7 @@
 #include <vector>
 
 #include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/core/settings.h"
 #include "kivuimg/commons/graphics/gradient.h"
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/svg/imagesvg.h"
@@ -56,6 +58,30 @@ inline std::string objectHead(kivu::TBaseObject* o) {
     const size_t at = t.find("stream\n");
     return at == std::string::npos ? t : t.substr(0, at + 7);
 }
+
+// The rules the library reads by while this lives (settings over a scratch
+// home); the settings before it come back at its end.
+class UseRules {
+public:
+    explicit UseRules(kivu::Rules rules) : saved_(kivu::g_settings) {
+        home_ = std::filesystem::temp_directory_path() / ("kivu_rules_" + std::to_string(reinterpret_cast<uintptr_t>(this)));
+        std::filesystem::create_directories(home_);
+        kivu::TSettings::createDefaultConfigFile(home_.string());
+        settings_ = std::make_unique<kivu::TSettings>(home_.string(), kivu::LogOut::quiet, -1);
+        settings_->rules(rules);
+        kivu::g_settings = settings_.get();
+    }
+    ~UseRules() {
+        kivu::g_settings = saved_;
+        settings_.reset();
+        std::filesystem::remove_all(home_);
+    }
+
+private:
+    kivu::TSettings* saved_;
+    std::filesystem::path home_;
+    std::unique_ptr<kivu::TSettings> settings_;
+};
 
 // ---- PNG --------------------------------------------------------------------------
 

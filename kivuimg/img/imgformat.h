@@ -44,6 +44,10 @@ struct KIVU_API SResourceName {
     bool operator==(const SResourceName&) const = default;
 };
 
+// Dots per metre or per centimetre times these give dots per inch.
+inline constexpr double kMetresPerInch = 0.0254;
+inline constexpr double kCentimetresPerInch = 2.54;
+
 // Images whose pixel count exceeds this limit are refused by every format.
 KIVU_API uint64_t maxImagePixels();
 KIVU_API void maxImagePixels(uint64_t limit);
@@ -86,6 +90,16 @@ public:
     // A new image over a copy of the bytes, specs read; null by default.
     virtual std::unique_ptr<TImageFormat> getCopy() { return nullptr; }
     virtual float minPDFVer() { return minVersion_; }
+    // The resolution the file states, in dots per inch; 0 when it states
+    // none (or only an aspect ratio).
+    virtual double resolutionX() { return resolutionX_; }
+    virtual double resolutionY() { return resolutionY_; }
+    // The frames of an animation: 1 for a still image.
+    virtual int frameCount() { return 1; }
+    // A new image that emits frame `index` as a browser shows it at that
+    // moment; null for formats without frames and for an index out of range.
+    // Raises when the frame's data can't be read.
+    virtual std::unique_ptr<TImageFormat> frame(int index) { return nullptr; }
 
     // The names the content of the last addObjectSpecs uses, each once, in
     // the order of first use.  Empty for raster images.
@@ -128,6 +142,8 @@ protected:
     int32_t bitsPerComponent_ = 0;
     int32_t components_ = 0;
     float minVersion_ = std::numeric_limits<float>::quiet_NaN();
+    double resolutionX_ = 0;
+    double resolutionY_ = 0;
 
 private:
     std::vector<SResourceName> resourceNames_;
