@@ -231,9 +231,10 @@ inline Bytes gifTable(int entries, int salt = 0) {
 }
 
 // A GIF file block by block: the screen with an optional global table,
-// then extensions and frames (each at 1, 2 with an optional local table).
+// then extensions and frames (each at left, top with an optional local table).
 struct Gif {
     Bytes bytes;
+    int left = 1, top = 2;
     explicit Gif(int w, int h, int globalBits = 0, const char* version = "GIF89a") {
         bytes.assign(version, version + 6);
         le16(bytes, w);
@@ -246,8 +247,9 @@ struct Gif {
             bytes.insert(bytes.end(), t.begin(), t.end());
         }
     }
-    Gif& control(bool transparent, uint8_t index) {
-        bytes.insert(bytes.end(), {0x21, 0xF9, 4, static_cast<uint8_t>(transparent ? 1 : 0), 10, 0, index, 0});
+    Gif& control(bool transparent, uint8_t index, int disposal = 0) {
+        const uint8_t flags = static_cast<uint8_t>(disposal << 2 | (transparent ? 1 : 0));
+        bytes.insert(bytes.end(), {0x21, 0xF9, 4, flags, 10, 0, index, 0});
         return *this;
     }
     Gif& comment(const std::string& text) {
@@ -258,8 +260,8 @@ struct Gif {
     }
     Gif& frame(int w, int h, const Bytes& stream, int localBits = 0, bool interlaced = false, int salt = 100) {
         bytes.push_back(0x2C);
-        le16(bytes, 1);
-        le16(bytes, 2);
+        le16(bytes, left);
+        le16(bytes, top);
         le16(bytes, w);
         le16(bytes, h);
         bytes.push_back(static_cast<uint8_t>((localBits ? 0x80 | (localBits - 1) : 0) | (interlaced ? 0x40 : 0)));

@@ -89,6 +89,17 @@ BROKEN_BUT_CONVERTS = {
 }
 
 
+# GIF frames as a browser shows them, where Pillow shows something else: a
+# page pixel may be white (transparent) where Pillow's frame has a colour.
+FRAME_RULES = {
+    **{"gif/wuffs/artificial-gif/%s.gif" % n: "the screen starts transparent; Pillow: colour 0 or the background"
+       for n in ["background-color", "frame-out-of-bounds", "metadata-empty", "metadata-full",
+                 "multiple-loop-counts", "small-frame-interlaced"]},
+    "gif/pillow/dispose_bgnd.gif": "disposal 2 clears to transparent; Pillow: to the background colour",
+    "gif/pillow/test_extents_transparency.gif": "a byte that begins no block ends the frames; Pillow reads on",
+    "gif/pillow/background_outside_palette.gif": "Pillow can't compose frame 1",
+}
+
 # Files that convert but that Pillow can't decode, so there is nothing to
 # compare the page with; the PDF is still checked.
 NO_REFERENCE = {
@@ -620,6 +631,41 @@ for path, ext, rule in own:
     check(path, ext, exp)
 print("made here: %d images" % len(own))
 
+
+def check_frames(path, rule=None):
+    """Every frame on a page of its own (tests/img/hosts/gif_frames.cpp) against Pillow's frame on white."""
+    prefix = os.path.join(TMP, "frame-" + os.path.basename(path))
+    r = subprocess.run([os.path.join(k.BINARY, "kivu_gif_frames"), path, prefix], capture_output=True, text=True)
+    im = Image.open(path)
+    if r.returncode != 0 or (int(r.stdout) != im.n_frames and not rule):
+        return fail(path, "frames: %s, Pillow: %d" % (r.stdout.strip(), im.n_frames))
+    for i in range(int(r.stdout)):
+        pdf = "%s-%d.pdf" % (prefix, i)
+        k.qpdf_check(pdf)
+        try:
+            im.seek(i)
+            want = im.convert("RGBA")
+        except Exception:
+            return
+        w, h = want.size
+        page = render(pdf, w, h, w, h)
+        if page is None:
+            return fail(path, "frame %d: page size differs from Pillow's %dx%d" % (i, w, h))
+        for j, (c, p) in enumerate(zip(want.getdata(), page)):
+            if p != (c[:3] if c[3] else (255, 255, 255)) and not (rule and p == (255, 255, 255)):
+                return fail(path, "frame %d pixel (%d, %d) is %s, Pillow %s" % (i, j % w, j // w, p, c))
+
+
+# An animation of every disposal over partial frames with their own palettes.
+shapes = []
+for n, box in enumerate([(0, 0, 37, 23), (5, 3, 20, 15), (12, 8, 30, 20), (2, 10, 35, 22)]):
+    im = gradient("RGBA").convert("RGB")
+    im.paste((40 * n, 255 - 50 * n, 90), box)
+    shapes.append(im.convert("P", palette=Image.Palette.ADAPTIVE, colors=16 + 40 * n))
+animation = save(shapes[0], "animation.gif", save_all=True, append_images=shapes[1:], disposal=[1, 2, 3, 1],
+                 transparency=0, optimize=False)
+check_frames(animation)
+
 # ---------------------------------------------------------------------------
 # Third-party files
 
@@ -666,6 +712,8 @@ for path in corpus_files("gif", ".gif"):
         check(path, "GIF")
     else:
         check(path, "GIF", gif_expected(path), rule=gif_rule(path))
+        if r not in NO_REFERENCE:
+            check_frames(path, FRAME_RULES.get(r))
 
 for path in corpus_files("bmp", ".bmp"):
     r = rel(path)
