@@ -380,7 +380,7 @@ std::unique_ptr<TImageGIF> TImageGIF::_copyAt(uint64_t start, bool single) {
 void TImageGIF::_findFrames() {
     if (spansFound_) return;
     spansFound_ = true;
-    for (uint64_t at = start_; rest_;) {
+    for (uint64_t at = start_;;) {
         TGIF f(rest_.get());
         f.set_seek(at);
         if (!f.scan()) break;

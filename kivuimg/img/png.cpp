@@ -308,8 +308,9 @@ std::vector<uint8_t> TImagePNG::_deInterlace() {
     // Filter Up for the deflate that follows: each byte less the one above it.
     for (uint64_t y = h; y-- > 1;) {
         uint8_t* row = rows.data() + y * (rowBytes + 1);
+        const uint8_t* up = row - rowBytes - 1;
         row[0] = 2;
-        for (uint64_t i = 1; i <= rowBytes; ++i) row[i] -= row[i - rowBytes - 1];
+        for (uint64_t i = 1; i <= rowBytes; ++i) row[i] -= up[i];
     }
     return rows;
 }
