@@ -24,6 +24,7 @@
 #include "kivuimg/commons/core/settings.h"
 #include "kivuimg/commons/graphics/gradient.h"
 #include "kivuimg/commons/objects.h"
+#include "kivuimg/img/libmain.h"
 #include "kivuimg/img/svg/imagesvg.h"
 #include "kivuimg/img/wmf.h"
 
@@ -59,28 +60,19 @@ inline std::string objectHead(kivu::TBaseObject* o) {
     return at == std::string::npos ? t : t.substr(0, at + 7);
 }
 
-// The rules the library reads by while this lives (settings over a scratch
-// home); the settings before it come back at its end.
-class UseRules {
-public:
-    explicit UseRules(kivu::Rules rules) : saved_(kivu::g_settings) {
-        home_ = std::filesystem::temp_directory_path() / ("kivu_rules_" + std::to_string(reinterpret_cast<uintptr_t>(this)));
-        std::filesystem::create_directories(home_);
-        kivu::TSettings::createDefaultConfigFile(home_.string());
-        settings_ = std::make_unique<kivu::TSettings>(home_.string(), kivu::LogOut::quiet, -1);
-        settings_->rules(rules);
-        kivu::g_settings = settings_.get();
+// The rules the library reads by while this lives: the library started
+// over a scratch home, and stopped at the end.
+struct UseRules {
+    explicit UseRules(kivu::Rules rules) {
+        std::filesystem::create_directories(home);
+        kivu::TSettings::createDefaultConfigFile(home.string());
+        if (libimg_init(home.c_str(), 3)) kivu::g_settings->rules(rules);
     }
     ~UseRules() {
-        kivu::g_settings = saved_;
-        settings_.reset();
-        std::filesystem::remove_all(home_);
+        lib_uninit();
+        std::filesystem::remove_all(home);
     }
-
-private:
-    kivu::TSettings* saved_;
-    std::filesystem::path home_;
-    std::unique_ptr<kivu::TSettings> settings_;
+    std::filesystem::path home = std::filesystem::temp_directory_path() / ("kivu_rules_" + std::to_string(uintptr_t(this)));
 };
 
 // ---- PNG --------------------------------------------------------------------------
@@ -247,9 +239,8 @@ struct Gif {
             bytes.insert(bytes.end(), t.begin(), t.end());
         }
     }
-    Gif& control(bool transparent, uint8_t index, int disposal = 0) {
-        const uint8_t flags = static_cast<uint8_t>(disposal << 2 | (transparent ? 1 : 0));
-        bytes.insert(bytes.end(), {0x21, 0xF9, 4, flags, 10, 0, index, 0});
+    Gif& control(bool transparent, uint8_t index) {
+        bytes.insert(bytes.end(), {0x21, 0xF9, 4, static_cast<uint8_t>(transparent ? 1 : 0), 10, 0, index, 0});
         return *this;
     }
     Gif& comment(const std::string& text) {

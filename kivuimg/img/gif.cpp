@@ -459,7 +459,7 @@ void TGifCanvas::draw(const TGIF& frame, const std::vector<uint32_t>& global) {
     if (disposal_ == 3 || disposal_ == 4) saved_ = rgba_;
     const std::vector<uint32_t>& table = frame.localColor() ? frame.colors() : global;
     const uint8_t* indices = frame.data()->ptr();
-    for (uint64_t y = y0_; y < y1_; ++y) {
+    for (uint64_t y = y0_; y < y1_ && x0_ < x1_; ++y) {
         const uint8_t* from = indices + (y - top) * fw + (x0_ - left);
         uint8_t* to = rgba_.data() + (y * w_ + x0_) * 4;
         for (uint64_t x = x0_; x < x1_; ++x, to += 4) {

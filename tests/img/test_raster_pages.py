@@ -656,16 +656,6 @@ def check_frames(path, rule=None):
                 return fail(path, "frame %d pixel (%d, %d) is %s, Pillow %s" % (i, j % w, j // w, p, c))
 
 
-# An animation of every disposal over partial frames with their own palettes.
-shapes = []
-for n, box in enumerate([(0, 0, 37, 23), (5, 3, 20, 15), (12, 8, 30, 20), (2, 10, 35, 22)]):
-    im = gradient("RGBA").convert("RGB")
-    im.paste((40 * n, 255 - 50 * n, 90), box)
-    shapes.append(im.convert("P", palette=Image.Palette.ADAPTIVE, colors=16 + 40 * n))
-animation = save(shapes[0], "animation.gif", save_all=True, append_images=shapes[1:], disposal=[1, 2, 3, 1],
-                 transparency=0, optimize=False)
-check_frames(animation)
-
 # ---------------------------------------------------------------------------
 # Third-party files
 
