@@ -431,10 +431,8 @@ std::unique_ptr<TImageFormat> TImageGIF::_compose(int index) {
         if (canvas_->drawn() == 0) canvas_->draw(*frames_.front(), colors_);
         else canvas_->draw(*_loadFrame(canvas_->drawn()), colors_);
     }
-    auto img = std::make_unique<TImageGIFFrame>(static_cast<int>(canvas_->width()), static_cast<int>(canvas_->height()),
-                                                TBuffer::create(std::span<const uint8_t>(canvas_->pixels())));
-    img->readSpecs();
-    return img;
+    return std::make_unique<TImageGIFFrame>(static_cast<int>(canvas_->width()), static_cast<int>(canvas_->height()),
+                                            std::span<const uint8_t>(canvas_->pixels()));
 }
 
 // ---------------------------------------------------------------- TGifCanvas
@@ -477,26 +475,36 @@ void TGifCanvas::draw(const TGIF& frame, const std::vector<uint32_t>& global) {
 
 // ---------------------------------------------------------------- TImageGIFFrame
 
-TImageGIFFrame::TImageGIFFrame(int width, int height, std::unique_ptr<TBuffer> rgba)
-    : TImageFormat(std::move(rgba)) {
+namespace {
+
+// The colour of RGBA pixels, and their alpha unless every one is opaque.
+std::unique_ptr<TBuffer> colourOf(std::span<const uint8_t> rgba) {
+    std::vector<uint8_t> out(rgba.size() / 4 * 3);
+    const uint8_t* p = rgba.data();
+    for (uint8_t *o = out.data(), *end = o + out.size(); o < end; o += 3, p += 4) std::memcpy(o, p, 3);
+    return TBuffer::create(std::span<const uint8_t>(out));
+}
+
+std::unique_ptr<TBuffer> alphaOf(std::span<const uint8_t> rgba) {
+    std::vector<uint8_t> out(rgba.size() / 4);
+    const uint8_t* p = rgba.data() + 3;
+    uint8_t all = 255;
+    for (uint8_t *o = out.data(), *end = o + out.size(); o < end; ++o, p += 4) all &= *o = *p;
+    return all == 255 ? nullptr : TBuffer::create(std::span<const uint8_t>(out));
+}
+
+}  // namespace
+
+TImageGIFFrame::TImageGIFFrame(int width, int height, std::span<const uint8_t> rgba)
+    : TImageGIFFrame(width, height, colourOf(rgba), alphaOf(rgba)) {}
+
+TImageGIFFrame::TImageGIFFrame(int width, int height, std::unique_ptr<TBuffer> rgb, std::shared_ptr<TBuffer> alpha)
+    : TImageFormat(std::move(rgb)), mask_(std::move(alpha)) {
     width_ = width;
     height_ = height;
-}
-
-void TImageGIFFrame::readSpecs() {
     bitsPerComponent_ = 8;
     components_ = 3;
-    const auto rgba = buffer_->pointChunk(0, 0);
-    hasMask_ = false;
-    for (uint64_t i = 3; i < rgba.size() && !hasMask_; i += 4) hasMask_ = rgba[i] != 255;
-    if (hasMask_) minVersion_ = 1.4f;
-}
-
-std::shared_ptr<TBuffer> TImageGIFFrame::_channels(uint64_t first, uint64_t count) const {
-    const auto rgba = buffer_->pointChunk(0, 0);
-    auto out = std::make_shared<TBuffer>(rgba.size() / 4 * count + 1, 8192);
-    for (uint64_t i = first; i + count <= rgba.size(); i += 4) out->addBytes(rgba.subspan(i, count));
-    return out;
+    if (mask_) minVersion_ = 1.4f;
 }
 
 uint64_t TImageGIFFrame::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,
@@ -504,13 +512,13 @@ uint64_t TImageGIFFrame::addObjectSpecs(TObjects* objects, const std::string&, s
     TIndirectObject* obj = addImageObject(objects, "Image/GIF", width_, height_);
     obj->args({"ColorSpace", "DeviceRGB"});
     obj->set("BitsPerComponent", "8");
-    if (hasMask_) obj->set("SMask", sformat("%llu 0 R", static_cast<unsigned long long>(obj->num() + 1)));
-    obj->shareStream(_channels(0, 3), "");
+    if (mask_) obj->set("SMask", sformat("%llu 0 R", static_cast<unsigned long long>(obj->num() + 1)));
+    obj->shareStream(buffer_, "");
     return obj->num();
 }
 
 void TImageGIFFrame::addObjectMask(TObjects* objects) {
-    if (!hasMask_) return;
+    if (!mask_) return;
     TIndirectObject* obj = objects->add(0);
     obj->args({"Type", "XObject"});
     obj->args({"Subtype", "Image"});
@@ -518,13 +526,12 @@ void TImageGIFFrame::addObjectMask(TObjects* objects) {
     obj->set("Height", sformat("%d", height_));
     obj->args({"ColorSpace", "DeviceGray"});
     obj->set("BitsPerComponent", "8");
-    obj->shareStream(_channels(3, 1), "");
+    obj->shareStream(mask_, "");
 }
 
 std::unique_ptr<TImageFormat> TImageGIFFrame::getCopy() {
-    auto copy = std::make_unique<TImageGIFFrame>(width_, height_, copyBuffer());
-    copy->readSpecs();
-    return copy;
+    auto alpha = mask_ ? TBuffer::create(mask_->bytes()) : nullptr;
+    return std::make_unique<TImageGIFFrame>(width_, height_, copyBuffer(), std::move(alpha));
 }
 
 }  // namespace kivu

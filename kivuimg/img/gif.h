@@ -161,17 +161,19 @@ private:
     uint64_t x0_ = 0, y0_ = 0, x1_ = 0, y1_ = 0;
 };
 
-// One frame of an animation composed on its logical screen: RGB samples,
-// with a soft mask when some pixels are transparent.  Its buffer holds the
-// RGBA pixels of the screen.
+// One frame of an animation composed on its logical screen: RGB samples
+// (the image's buffer), with a soft mask when some pixels are transparent.
 class TImageGIFFrame : public TImageFormat {
 public:
-    TImageGIFFrame(int width, int height, std::unique_ptr<TBuffer> rgba);
+    // From the screen's RGBA pixels.
+    TImageGIFFrame(int width, int height, std::span<const uint8_t> rgba);
+    TImageGIFFrame(int width, int height, std::unique_ptr<TBuffer> rgb, std::shared_ptr<TBuffer> alpha);
 
     std::string ext() const override { return "GIF"; }
     ColorSpace colorSpace() override { return csRGB; }
-    bool hasMask() override { return hasMask_; }
-    void readSpecs() override;
+    bool hasMask() override { return mask_ != nullptr; }
+    // Nothing to read: the samples are made.
+    void readSpecs() override {}
     uint64_t addObjectSpecs(TObjects* objects, const std::string& name, std::vector<SGradient>* gradients,
                             ColorSpace space, ConvertImages convert) override;
     // The alpha as a soft mask: its number is the main one + 1.
@@ -179,10 +181,7 @@ public:
     std::unique_ptr<TImageFormat> getCopy() override;
 
 private:
-    // Bytes first to first + count - 1 of every pixel, in one block.
-    std::shared_ptr<TBuffer> _channels(uint64_t first, uint64_t count) const;
-
-    bool hasMask_ = false;
+    std::shared_ptr<TBuffer> mask_;
 };
 
 class TImageGIF : public TImageFormat {
