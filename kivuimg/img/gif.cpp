@@ -519,14 +519,7 @@ uint64_t TImageGIFFrame::addObjectSpecs(TObjects* objects, const std::string&, s
 
 void TImageGIFFrame::addObjectMask(TObjects* objects) {
     if (!mask_) return;
-    TIndirectObject* obj = objects->add(0);
-    obj->args({"Type", "XObject"});
-    obj->args({"Subtype", "Image"});
-    obj->set("Width", sformat("%d", width_));
-    obj->set("Height", sformat("%d", height_));
-    obj->args({"ColorSpace", "DeviceGray"});
-    obj->set("BitsPerComponent", "8");
-    obj->shareStream(mask_, "");
+    addSoftMaskObject(objects, width_, height_, 8)->shareStream(mask_, "");
 }
 
 std::unique_ptr<TImageFormat> TImageGIFFrame::getCopy() {

@@ -123,6 +123,9 @@ protected:
     // The main object of a raster image: the next number, its comment, and
     // Subtype, Width and Height.
     static TIndirectObject* addImageObject(TObjects* objects, const std::string& comment, int width, int height);
+    // A soft mask's object: the next number, Type, Subtype, Width, Height,
+    // ColorSpace DeviceGray and BitsPerComponent.
+    static TIndirectObject* addSoftMaskObject(TObjects* objects, int width, int height, int bits);
     // "[/Indexed /DeviceRGB hival N 0 R]" for an RGB palette in object N.
     static std::string indexedColorSpace(const TMemory& palette, uint64_t paletteNum);
     // getCopy of the formats that copy their bytes: a new Image over a copy

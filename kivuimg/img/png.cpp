@@ -359,14 +359,8 @@ uint64_t TImagePNG::addObjectSpecs(TObjects* objects, const std::string&, std::v
 
 void TImagePNG::addObjectMask(TObjects* objects) {
     if (!mask_) return;
-    TIndirectObject* obj = objects->add(0);
-    obj->args({"Type", "XObject"});
-    obj->args({"Subtype", "Image"});
-    obj->set("Width", sformat("%d", width_));
-    obj->set("Height", sformat("%d", height_));
-    obj->args({"ColorSpace", "DeviceGray"});
     const int depth = bitsPerComponent_ == 16 ? 16 : 8;
-    obj->set("BitsPerComponent", sformat("%d", depth));
+    TIndirectObject* obj = addSoftMaskObject(objects, width_, height_, depth);
     obj->set("DecodeParms",
              "<<" + sformat("/Predictor 15 /Colors 1 /BitsPerComponent %d /Columns %d", depth, width_) + ">>");
     obj->shareStream(mask_, "FlateDecode");
