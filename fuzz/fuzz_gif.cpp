@@ -1,5 +1,6 @@
 // libFuzzer target: GIF bytes through readSpecs, the object calls the host
-// makes, and the serialisation of every object.
+// makes, and the serialisation of every object, then every frame of the
+// animation as a page of its own.
 #include "fuzz/fuzz_image.h"
 #include "kivuimg/img/gif.h"
 

@@ -23,7 +23,7 @@ MAX_BYTES = 64 * 1024
 MAX_SVG = 60  # drawings for fuzz_load, for when SVG is read
 FOLDERS = {"png": {".png"}, "gif": {".gif"}, "bmp": {".bmp"}, "jpeg": {".jpg", ".jpeg"}, "wmf": {".wmf"},
            "svg": {".svg"}}
-# fuzz_load chooses the extension by the first byte.
+# fuzz_load chooses the extension by the first byte, and with bit 3 the standard rules.
 LOAD_PREFIX = {".jpg": 0, ".jpeg": 1, ".png": 2, ".gif": 3, ".bmp": 4, ".wmf": 5, ".svg": 6}
 
 sys.path.insert(0, os.path.join(SOURCE, "tests", "img"))
@@ -72,6 +72,13 @@ def made_with_pillow():
     for mode in ("L", "RGB", "CMYK"):
         for progressive in (False, True):
             save(".jpg", rgb.convert(mode), progressive=progressive, quality=60)
+    # 16 bits, resolutions, and an animation of every disposal.
+    save(".png", base.point(lambda v: v * 257, "I"))
+    save(".png", rgb, dpi=(300, 150))
+    save(".jpg", rgb, dpi=(300, 150))
+    save(".bmp", rgb, dpi=(300, 150))
+    frames = [rgb.convert("P").rotate(angle) for angle in (0, 90, 180, 270)]
+    save(".gif", frames[0], save_all=True, append_images=frames[1:], disposal=[0, 1, 2, 3], transparency=0)
     return out
 
 
@@ -124,6 +131,7 @@ def main():
         "jpg": write("jpg", of(".jpg", ".jpeg")),
         "svg": write("svg", of(".svg") + svg_fuzz_inputs.inputs(SOURCE)),
         "load": write("load", [bytes([LOAD_PREFIX[ext]]) + data for ext, data in images if ext != ".svg"]
+                           + [bytes([LOAD_PREFIX[ext] | 8]) + data for ext, data in images if ext in (".png", ".gif")]
                            + [bytes([LOAD_PREFIX[".svg"]]) + data for data in of(".svg")[:MAX_SVG]]),
         "color_unit": write("color_unit", [data for _, data in color_texts()]),
     }

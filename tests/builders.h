@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <filesystem>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -20,8 +21,10 @@
 #include <vector>
 
 #include "kivuimg/commons/core/buffer.h"
+#include "kivuimg/commons/core/settings.h"
 #include "kivuimg/commons/graphics/gradient.h"
 #include "kivuimg/commons/objects.h"
+#include "kivuimg/img/libmain.h"
 #include "kivuimg/img/svg/imagesvg.h"
 #include "kivuimg/img/wmf.h"
 
@@ -56,6 +59,21 @@ inline std::string objectHead(kivu::TBaseObject* o) {
     const size_t at = t.find("stream\n");
     return at == std::string::npos ? t : t.substr(0, at + 7);
 }
+
+// The rules the library reads by while this lives: the library started
+// over a scratch home, and stopped at the end.
+struct UseRules {
+    explicit UseRules(kivu::Rules rules) {
+        std::filesystem::create_directories(home);
+        kivu::TSettings::createDefaultConfigFile(home.string());
+        if (libimg_init(home.c_str(), 3)) kivu::g_settings->rules(rules);
+    }
+    ~UseRules() {
+        lib_uninit();
+        std::filesystem::remove_all(home);
+    }
+    std::filesystem::path home = std::filesystem::temp_directory_path() / ("kivu_rules_" + std::to_string(uintptr_t(this)));
+};
 
 // ---- PNG --------------------------------------------------------------------------
 
@@ -205,9 +223,10 @@ inline Bytes gifTable(int entries, int salt = 0) {
 }
 
 // A GIF file block by block: the screen with an optional global table,
-// then extensions and frames (each at 1, 2 with an optional local table).
+// then extensions and frames (each at left, top with an optional local table).
 struct Gif {
     Bytes bytes;
+    int left = 1, top = 2;
     explicit Gif(int w, int h, int globalBits = 0, const char* version = "GIF89a") {
         bytes.assign(version, version + 6);
         le16(bytes, w);
@@ -232,8 +251,8 @@ struct Gif {
     }
     Gif& frame(int w, int h, const Bytes& stream, int localBits = 0, bool interlaced = false, int salt = 100) {
         bytes.push_back(0x2C);
-        le16(bytes, 1);
-        le16(bytes, 2);
+        le16(bytes, left);
+        le16(bytes, top);
         le16(bytes, w);
         le16(bytes, h);
         bytes.push_back(static_cast<uint8_t>((localBits ? 0x80 | (localBits - 1) : 0) | (interlaced ? 0x40 : 0)));

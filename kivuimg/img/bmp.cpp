@@ -30,7 +30,10 @@ void TImageBMP::readSpecs() {
     const uint16_t bitCount = readLe<uint16_t>();
     compression_ = readLe<uint32_t>();
     readLe<uint32_t>();  // biSizeImage
-    readLe<int32_t>();   // biXPelsPerMeter: no effect on the output
+    // Pixels per metre; 0 (or less) states no resolution.
+    const int32_t xPerMetre = readLe<int32_t>(), yPerMetre = readLe<int32_t>();
+    resolutionX_ = std::max(xPerMetre, 0) * kMetresPerInch;
+    resolutionY_ = std::max(yPerMetre, 0) * kMetresPerInch;
 
     // A negative width reads as a huge one and is refused by the size check.
     const uint64_t w = static_cast<uint32_t>(biWidth);

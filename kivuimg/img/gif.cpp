@@ -212,7 +212,7 @@ void TGIF::_skipExt() {
     }
 }
 
-bool TGIF::load() {
+bool TGIF::_readHead() {
     for (;;) {
         bool end = false;
         const uint8_t b = readByte(end);
@@ -234,8 +234,22 @@ bool TGIF::load() {
     interlaced_ = packed & 0x40;
     sorted_ = packed & 0x20;
     tableSize_ = 2 << (packed & 7);
-    if (localColor_ && !readColorTable(*this, tableSize_, colors_)) return false;
+    return !localColor_ || readColorTable(*this, tableSize_, colors_);
+}
 
+bool TGIF::scan() {
+    if (!_readHead()) return false;
+    readByte();  // the minimum code size
+    for (;;) {
+        bool end = false;
+        const uint8_t n = readByte(end);
+        if (end || n == 0) return true;
+        set_seek(std::min(tell() + n, size()));
+    }
+}
+
+bool TGIF::load() {
+    if (!_readHead()) return false;
     const uint64_t pixels = static_cast<uint64_t>(width_) * height_;
     checkRasterSize(width_, height_);
     // The decoder reads the rest of the bytes where they lie, through a view.
@@ -311,6 +325,7 @@ void TImageGIF::readSpecs() {
     // Each frame hands everything behind its descriptor to the decoder, so
     // the first image is in practice the only one read.
     auto frame = std::make_unique<TGIF>(rest_.get());
+    frame->set_seek(start_);
     while (frame->load()) {
         frame_ = frame.get();
         auto next = frame->next();
@@ -352,6 +367,164 @@ void TImageGIF::addObjectPalette(TObjects* objects) {
     obj->setStream(palette, "");
 }
 
-std::unique_ptr<TImageFormat> TImageGIF::getCopy() { return copyAs<TImageGIF>(); }
+std::unique_ptr<TImageFormat> TImageGIF::getCopy() { return _copyAt(start_, single_); }
+
+std::unique_ptr<TImageGIF> TImageGIF::_copyAt(uint64_t start, bool single) {
+    auto copy = std::make_unique<TImageGIF>(copyBuffer());
+    copy->start_ = start;
+    copy->single_ = single;
+    copy->readSpecs();
+    return copy;
+}
+
+void TImageGIF::_findFrames() {
+    if (spansFound_) return;
+    spansFound_ = true;
+    for (uint64_t at = start_;;) {
+        TGIF f(rest_.get());
+        f.set_seek(at);
+        if (!f.scan()) break;
+        spans_.push_back({at, f.leftPos(), f.topPos(), f.width(), f.height(), f.localColor(), f.isTrans()});
+        at = f.tell();
+        if (single_) break;
+    }
+}
+
+int TImageGIF::frameCount() {
+    _findFrames();
+    return static_cast<int>(spans_.size());
+}
+
+std::unique_ptr<TGIF> TImageGIF::_loadFrame(int index) {
+    auto f = std::make_unique<TGIF>(rest_.get());
+    f->set_seek(spans_[index].start);
+    if (!f->load()) throw KivuException("GIF: Invalid GIF image");
+    return f;
+}
+
+std::unique_ptr<TImageFormat> TImageGIF::frame(int index) {
+    if (index < 0 || index >= frameCount()) return nullptr;
+    const SFrameSpan& f = spans_[index];
+    const bool covers = f.left == 0 && f.top == 0 && f.width == width_ && f.height == height_;
+    if (covers && !(globalColor_ && f.localColor) && (index == 0 || !f.transparent)) return _copyAt(f.start, true);
+    return _compose(index);
+}
+
+// The screen takes the first frame's extent where that reaches beyond it.
+// A screen far larger than the first frame (by the bound on zeros for data
+// that ends early) is refused: a few bytes would size its pixels.
+std::unique_ptr<TImageFormat> TImageGIF::_compose(int index) {
+    if (!canvas_ || canvas_->drawn() > index) {
+        canvas_.reset();
+        const TGIF& first = *frames_.front();
+        const uint64_t w = std::max<uint64_t>(width_, first.leftPos() + first.width());
+        const uint64_t h = std::max<uint64_t>(height_, first.topPos() + first.height());
+        checkRasterSize(w, h);
+        const uint64_t drawn = static_cast<uint64_t>(first.width()) * first.height();
+        if (w * h > drawn && !zerosFit(w * h - drawn, drawn))
+            throwf("GIF: Logical screen of %llu x %llu pixels for a first frame of %d x %d",
+                   static_cast<unsigned long long>(w), static_cast<unsigned long long>(h), first.width(),
+                   first.height());
+        canvas_ = std::make_unique<TGifCanvas>(w, h);
+    }
+    while (canvas_->drawn() <= index) {
+        if (canvas_->drawn() == 0) canvas_->draw(*frames_.front(), colors_);
+        else canvas_->draw(*_loadFrame(canvas_->drawn()), colors_);
+    }
+    return std::make_unique<TImageGIFFrame>(static_cast<int>(canvas_->width()), static_cast<int>(canvas_->height()),
+                                            std::span<const uint8_t>(canvas_->pixels()));
+}
+
+// ---------------------------------------------------------------- TGifCanvas
+
+void TGifCanvas::_dispose() {
+    if (disposal_ == 2) {
+        uint8_t* p = rgba_.data();
+        for (uint64_t y = y0_; y < y1_; ++y) std::fill(p + (y * w_ + x0_) * 4, p + (y * w_ + x1_) * 4, 0);
+    } else if (disposal_ == 3 || disposal_ == 4) {
+        rgba_.swap(saved_);
+    }
+}
+
+void TGifCanvas::draw(const TGIF& frame, const std::vector<uint32_t>& global) {
+    if (drawn_ > 0) _dispose();
+    const uint64_t left = frame.leftPos(), top = frame.topPos(), fw = frame.width();
+    x0_ = std::min(left, w_);
+    y0_ = std::min(top, h_);
+    x1_ = std::min(left + fw, w_);
+    y1_ = std::min(top + frame.height(), h_);
+    disposal_ = frame.disposal();
+    if (disposal_ == 3 || disposal_ == 4) saved_ = rgba_;
+    const std::vector<uint32_t>& table = frame.localColor() ? frame.colors() : global;
+    const uint8_t* indices = frame.data()->ptr();
+    for (uint64_t y = y0_; y < y1_ && x0_ < x1_; ++y) {
+        const uint8_t* from = indices + (y - top) * fw + (x0_ - left);
+        uint8_t* to = rgba_.data() + (y * w_ + x0_) * 4;
+        for (uint64_t x = x0_; x < x1_; ++x, to += 4) {
+            const uint8_t i = *from++;
+            if (frame.isTrans() && i == frame.numTrans()) continue;
+            const uint32_t c = table.empty() ? i * 0x010101u : table[std::min<size_t>(i, table.size() - 1)];
+            to[0] = static_cast<uint8_t>(c);
+            to[1] = static_cast<uint8_t>(c >> 8);
+            to[2] = static_cast<uint8_t>(c >> 16);
+            to[3] = 255;
+        }
+    }
+    ++drawn_;
+}
+
+// ---------------------------------------------------------------- TImageGIFFrame
+
+namespace {
+
+// The colour of RGBA pixels, and their alpha unless every one is opaque.
+std::unique_ptr<TBuffer> colourOf(std::span<const uint8_t> rgba) {
+    std::vector<uint8_t> out(rgba.size() / 4 * 3);
+    const uint8_t* p = rgba.data();
+    for (uint8_t *o = out.data(), *end = o + out.size(); o < end; o += 3, p += 4) std::memcpy(o, p, 3);
+    return TBuffer::create(std::span<const uint8_t>(out));
+}
+
+std::unique_ptr<TBuffer> alphaOf(std::span<const uint8_t> rgba) {
+    std::vector<uint8_t> out(rgba.size() / 4);
+    const uint8_t* p = rgba.data() + 3;
+    uint8_t all = 255;
+    for (uint8_t *o = out.data(), *end = o + out.size(); o < end; ++o, p += 4) all &= *o = *p;
+    return all == 255 ? nullptr : TBuffer::create(std::span<const uint8_t>(out));
+}
+
+}  // namespace
+
+TImageGIFFrame::TImageGIFFrame(int width, int height, std::span<const uint8_t> rgba)
+    : TImageGIFFrame(width, height, colourOf(rgba), alphaOf(rgba)) {}
+
+TImageGIFFrame::TImageGIFFrame(int width, int height, std::unique_ptr<TBuffer> rgb, std::shared_ptr<TBuffer> alpha)
+    : TImageFormat(std::move(rgb)), mask_(std::move(alpha)) {
+    width_ = width;
+    height_ = height;
+    bitsPerComponent_ = 8;
+    components_ = 3;
+    if (mask_) minVersion_ = 1.4f;
+}
+
+uint64_t TImageGIFFrame::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,
+                                        ConvertImages) {
+    TIndirectObject* obj = addImageObject(objects, "Image/GIF", width_, height_);
+    obj->args({"ColorSpace", "DeviceRGB"});
+    obj->set("BitsPerComponent", "8");
+    if (mask_) obj->set("SMask", sformat("%llu 0 R", static_cast<unsigned long long>(obj->num() + 1)));
+    obj->shareStream(buffer_, "");
+    return obj->num();
+}
+
+void TImageGIFFrame::addObjectMask(TObjects* objects) {
+    if (!mask_) return;
+    addSoftMaskObject(objects, width_, height_, 8)->shareStream(mask_, "");
+}
+
+std::unique_ptr<TImageFormat> TImageGIFFrame::getCopy() {
+    auto alpha = mask_ ? TBuffer::create(mask_->bytes()) : nullptr;
+    return std::make_unique<TImageGIFFrame>(width_, height_, copyBuffer(), std::move(alpha));
+}
 
 }  // namespace kivu

@@ -80,6 +80,9 @@ public:
     // the trailer, at the end of the data, for a frame of no pixels and for
     // a broken colour table.
     virtual bool load();
+    // Reads the frame as load() does but skips its data sub-blocks instead of
+    // decoding them: the cursor ends where the next frame's blocks begin.
+    bool scan();
     virtual bool localColor() const { return localColor_; }
     // One byte per pixel, rows in display order.
     virtual TBuffer* data() const { return dataBuf_.get(); }
@@ -105,6 +108,8 @@ public:
     const std::vector<uint32_t>& colors() const { return colors_; }
 
 private:
+    // The extensions, the descriptor and the local colour table.
+    bool _readHead();
     void _skipExt();
     void _deInterlace();
 
@@ -127,6 +132,58 @@ private:
     std::shared_ptr<TBuffer> dataBuf_;
 };
 
+// The logical screen as a browser shows an animation, four bytes (RGBA) a
+// pixel, all transparent at first.  Each frame is drawn over what the frames
+// before it left, after the disposal that the frame before it asked for: 2
+// clears that frame's area, 3 (and 4, as browsers read it) brings back the
+// screen as it was before that frame.  A frame's transparent index leaves the
+// pixel below; other indices take the frame's colour table, else the
+// global one (the last entry past its end), else a gray level.
+class TGifCanvas {
+public:
+    TGifCanvas(uint64_t width, uint64_t height) : w_(width), h_(height), rgba_(width * height * 4, 0) {}
+
+    void draw(const TGIF& frame, const std::vector<uint32_t>& global);
+    // Frames drawn so far.
+    int drawn() const { return drawn_; }
+    uint64_t width() const { return w_; }
+    uint64_t height() const { return h_; }
+    const std::vector<uint8_t>& pixels() const { return rgba_; }
+
+private:
+    void _dispose();
+
+    uint64_t w_, h_;
+    std::vector<uint8_t> rgba_;
+    std::vector<uint8_t> saved_;
+    int drawn_ = 0;
+    int disposal_ = 0;  // of the last frame drawn, with its area on the screen
+    uint64_t x0_ = 0, y0_ = 0, x1_ = 0, y1_ = 0;
+};
+
+// One frame of an animation composed on its logical screen: RGB samples
+// (the image's buffer), with a soft mask when some pixels are transparent.
+class TImageGIFFrame : public TImageFormat {
+public:
+    // From the screen's RGBA pixels.
+    TImageGIFFrame(int width, int height, std::span<const uint8_t> rgba);
+    TImageGIFFrame(int width, int height, std::unique_ptr<TBuffer> rgb, std::shared_ptr<TBuffer> alpha);
+
+    std::string ext() const override { return "GIF"; }
+    ColorSpace colorSpace() override { return csRGB; }
+    bool hasMask() override { return mask_ != nullptr; }
+    // Nothing to read: the samples are made.
+    void readSpecs() override {}
+    uint64_t addObjectSpecs(TObjects* objects, const std::string& name, std::vector<SGradient>* gradients,
+                            ColorSpace space, ConvertImages convert) override;
+    // The alpha as a soft mask: its number is the main one + 1.
+    void addObjectMask(TObjects* objects) override;
+    std::unique_ptr<TImageFormat> getCopy() override;
+
+private:
+    std::shared_ptr<TBuffer> mask_;
+};
+
 class TImageGIF : public TImageFormat {
 public:
     using TImageFormat::TImageFormat;
@@ -140,6 +197,16 @@ public:
     // The palette that the main object names: its number is the main one + 1.
     void addObjectPalette(TObjects* objects) override;
     std::unique_ptr<TImageFormat> getCopy() override;
+    // Every image descriptor with pixels and a whole colour table, in file
+    // order, found without decoding: the first is the one emitted.
+    int frameCount() override;
+    // A frame that covers the logical screen, takes its colours as this
+    // image's emission does and (but for the first) has no transparent
+    // index is an image like this one emitting that frame: the first frame's
+    // is this image's copy.  Any other is composed on the screen
+    // (TGifCanvas) with the frames before it.  Frames asked for in order are
+    // drawn once each.  A frame that can't be decoded raises.
+    std::unique_ptr<TImageFormat> frame(int index) override;
 
     // The frame that is emitted: the last one that loaded.
     TGIF* frame() const { return frame_; }
@@ -155,8 +222,22 @@ public:
     TBuffer* palette() const { return palette_.get(); }
 
 private:
+    // Where a frame's blocks begin behind the global colour table, and what
+    // its descriptor says.
+    struct SFrameSpan {
+        uint64_t start;
+        int left, top, width, height;
+        bool localColor, transparent;
+    };
+
     // The global palette when there is one, else the frame's.
     TBuffer* _usedPalette();
+    void _findFrames();
+    std::unique_ptr<TGIF> _loadFrame(int index);
+    // An image like this one whose first frame is the one at `start`;
+    // `single`: with no frames behind it.
+    std::unique_ptr<TImageGIF> _copyAt(uint64_t start, bool single);
+    std::unique_ptr<TImageFormat> _compose(int index);
 
     std::unique_ptr<TBuffer> rest_;
     bool globalColor_ = false;
@@ -169,6 +250,13 @@ private:
     std::unique_ptr<TBuffer> palette_;
     std::vector<std::unique_ptr<TGIF>> frames_;
     TGIF* frame_ = nullptr;
+    // The first frame's blocks begin here; an image made by frame() has
+    // that one frame.
+    uint64_t start_ = 0;
+    bool single_ = false;
+    std::vector<SFrameSpan> spans_;
+    bool spansFound_ = false;
+    std::unique_ptr<TGifCanvas> canvas_;
 };
 
 }  // namespace kivu

@@ -53,6 +53,17 @@ TIndirectObject* TImageFormat::addImageObject(TObjects* objects, const std::stri
     return obj;
 }
 
+TIndirectObject* TImageFormat::addSoftMaskObject(TObjects* objects, int width, int height, int bits) {
+    TIndirectObject* obj = objects->add(0);
+    obj->args({"Type", "XObject"});
+    obj->args({"Subtype", "Image"});
+    obj->set("Width", sformat("%d", width));
+    obj->set("Height", sformat("%d", height));
+    obj->args({"ColorSpace", "DeviceGray"});
+    obj->set("BitsPerComponent", sformat("%d", bits));
+    return obj;
+}
+
 std::string TImageFormat::indexedColorSpace(const TMemory& palette, uint64_t paletteNum) {
     const uint64_t entries = palette.size() / 3;
     return sformat("[/Indexed /DeviceRGB %u %u 0 R]", static_cast<unsigned>(entries - 1),

@@ -44,6 +44,10 @@ struct KIVU_API SResourceName {
     bool operator==(const SResourceName&) const = default;
 };
 
+// Dots per metre or per centimetre times these give dots per inch.
+inline constexpr double kMetresPerInch = 0.0254;
+inline constexpr double kCentimetresPerInch = 2.54;
+
 // Images whose pixel count exceeds this limit are refused by every format.
 KIVU_API uint64_t maxImagePixels();
 KIVU_API void maxImagePixels(uint64_t limit);
@@ -89,6 +93,16 @@ public:
     // A new image over a copy of the bytes, specs read; null by default.
     virtual std::unique_ptr<TImageFormat> getCopy() { return nullptr; }
     virtual float minPDFVer() { return minVersion_; }
+    // The resolution the file states, in dots per inch; 0 when it states
+    // none (or only an aspect ratio).
+    virtual double resolutionX() { return resolutionX_; }
+    virtual double resolutionY() { return resolutionY_; }
+    // The frames of an animation: 1 for a still image.
+    virtual int frameCount() { return 1; }
+    // A new image that emits frame `index` as a browser shows it at that
+    // moment; null for formats without frames and for an index out of range.
+    // Raises when the frame's data can't be read.
+    virtual std::unique_ptr<TImageFormat> frame(int index) { return nullptr; }
 
     // The names the content of the last addObjectSpecs uses, each once, in
     // the order of first use.  Empty for raster images.
@@ -112,6 +126,9 @@ protected:
     // The main object of a raster image: the next number, its comment, and
     // Subtype, Width and Height.
     static TIndirectObject* addImageObject(TObjects* objects, const std::string& comment, int width, int height);
+    // A soft mask's object: the next number, Type, Subtype, Width, Height,
+    // ColorSpace DeviceGray and BitsPerComponent.
+    static TIndirectObject* addSoftMaskObject(TObjects* objects, int width, int height, int bits);
     // "[/Indexed /DeviceRGB hival N 0 R]" for an RGB palette in object N.
     static std::string indexedColorSpace(const TMemory& palette, uint64_t paletteNum);
     // getCopy of the formats that copy their bytes: a new Image over a copy
@@ -131,6 +148,8 @@ protected:
     int32_t bitsPerComponent_ = 0;
     int32_t components_ = 0;
     float minVersion_ = std::numeric_limits<float>::quiet_NaN();
+    double resolutionX_ = 0;
+    double resolutionY_ = 0;
 
 private:
     std::vector<SResourceName> resourceNames_;

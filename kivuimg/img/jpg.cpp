@@ -10,6 +10,7 @@ extern "C" {
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/indirectobj.h"
 #include "kivuimg/commons/objects.h"
+#include "kivuimg/img/exif.h"
 
 namespace kivu {
 
@@ -71,9 +72,24 @@ void TImageJPG::readSpecs() {
     components_ = cinfo.output_components;
     const int colorSpace = cinfo.jpeg_color_space;
     bitsPerComponent_ = (colorSpace >= 1 && colorSpace <= 16) ? 8 : 0;
+    _readResolution(cinfo.saw_JFIF_marker ? cinfo.density_unit : 0, cinfo.X_density, cinfo.Y_density);
     jpeg_destroy_decompress(&cinfo);
     created = false;
     checkPixelCount(w, h);
+}
+
+// The JFIF density when it states one (unit 1 dots per inch, 2 per
+// centimetre; 0 gives only the aspect ratio), else the EXIF resolution.
+void TImageJPG::_readResolution(int unit, unsigned x, unsigned y) {
+    const double perInch = unit == 1 ? 1 : unit == 2 ? kCentimetresPerInch : 0;
+    if (perInch > 0 && (x || y)) {
+        resolutionX_ = x * perInch;
+        resolutionY_ = y * perInch;
+        return;
+    }
+    const SResolution exif = exifResolution(buffer_ ? buffer_->bytes() : std::span<const uint8_t>());
+    resolutionX_ = exif.x;
+    resolutionY_ = exif.y;
 }
 
 uint64_t TImageJPG::addObjectSpecs(TObjects* objects, const std::string&, std::vector<SGradient>*, ColorSpace,

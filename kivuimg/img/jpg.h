@@ -18,6 +18,9 @@ public:
     uint64_t addObjectSpecs(TObjects* objects, const std::string& name, std::vector<SGradient>* gradients,
                             ColorSpace space, ConvertImages convert) override;
     std::unique_ptr<TImageFormat> getCopy() override;
+
+private:
+    void _readResolution(int unit, unsigned x, unsigned y);
 };
 
 }  // namespace kivu

@@ -2,10 +2,14 @@
 // pixels.  The IDAT bytes go into the stream as they stand and PDF's PNG
 // predictor undoes the row filters.  Only an alpha channel is inflated,
 // split off into a soft mask and deflated again, filter bytes included.
+// Under the standard rules 16-bit samples are kept at 16 bits and an
+// Adam7-interlaced image is inflated, unfiltered and put in row order; the
+// engine's rules refuse both.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kivuimg/img/imgformat.h"
@@ -38,14 +42,22 @@ public:
     TBuffer* data() const { return dataBuf_.get(); }
     TBuffer* mask() const { return mask_.get(); }
     TBuffer* palette() const { return palette_.get(); }
-    const std::vector<uint8_t>& transparency() const { return transparency_; }
+    // The colour key: one value for gray, three for RGB, 0 for an indexed
+    // image.  Below 16 bits, the low byte of each 16-bit value.
+    const std::vector<uint16_t>& transparency() const { return transparency_; }
+    bool interlaced() const { return interlaced_; }
 
 private:
     void _skip(uint64_t n);
-    void _readHeader();
+    void _readHeader(bool standard);
     void _setDecodeParms();
     void _readChunks();
-    void _splitAlpha();
+    void _readKey(std::string_view block);
+    // The samples inflated to exactly `expected` bytes; the compressed ones are freed.
+    std::vector<uint8_t> _inflate(uint64_t expected);
+    // The interlaced samples as the filtered rows of the whole image.
+    std::vector<uint8_t> _deInterlace();
+    void _splitAlpha(std::vector<uint8_t> raw);
 
     int32_t colorType_ = 0;
     std::string parms_;
@@ -53,7 +65,8 @@ private:
     std::shared_ptr<TBuffer> dataBuf_;
     std::shared_ptr<TBuffer> mask_;
     std::unique_ptr<TBuffer> palette_;
-    std::vector<uint8_t> transparency_;
+    std::vector<uint16_t> transparency_;
+    bool interlaced_ = false;
 };
 
 }  // namespace kivu

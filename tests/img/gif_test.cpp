@@ -263,6 +263,41 @@ TEST(GifFile, CopyHasItsOwnBuffer) {
     EXPECT_TRUE(copy->isIndexed());
 }
 
+// ---------------------------------------------------------------- frames
+// (composed frames: against Pillow's in tests/img/test_raster_pages.py)
+
+TEST(GifFrames, StillFrameIsTheImageItself) {
+    Gif g(3, 1, 2);
+    g.left = g.top = 0;
+    g.frame(3, 1, lzw({1, 2, 3}, 2)).bytes.push_back('G');  // a byte that begins no block ends the frames
+    auto gif = read(g.frame(3, 1, lzw({0, 0, 0}, 2)).trailer().bytes);
+    ASSERT_EQ(gif->frameCount(), 1);
+    TObjects a, b;
+    EXPECT_EQ(a.get(gif->addObjectSpecs(&a, "", nullptr, csAuto, ciNo))->toPDF()->to_string(),
+              b.get(gif->frame(0)->addObjectSpecs(&b, "", nullptr, csAuto, ciNo))->toPDF()->to_string());
+    EXPECT_EQ(gif->frame(1), nullptr);
+}
+
+TEST(GifFrames, BrokenFramesAndScreens) {
+    // A broken second frame is counted without decoding; asked for, it
+    // raises, shown as it stands or composed.
+    for (bool transparent : {false, true}) {
+        Gif g(8, 1, 2);
+        g.left = g.top = 0;
+        g.frame(8, 1, lzw(Bytes(8, 1), 2)).control(transparent, 0).frame(8, 1, codes(2, {4, 1, 7, 6, 7, 5})).trailer();
+        auto gif = read(g.bytes);
+        EXPECT_EQ(gif->frameCount(), 2);
+        EXPECT_THROW(gif->frame(1), KivuException);
+    }
+    // A frame wholly beside the screen leaves it as it was.
+    Gif beside(2, 1, 2);
+    beside.left = beside.top = 0;
+    beside.frame(2, 1, lzw({1, 1}, 2)).left = 64;
+    EXPECT_EQ(read(beside.control(true, 0).frame(1, 1, lzw({2}, 2)).trailer().bytes)->frame(1)->width(), 2);
+    // A screen that a first frame of one pixel would have to fill.
+    EXPECT_THROW(read(Gif(65535, 20, 2).frame(1, 1, lzw({1}, 2)).trailer().bytes)->frame(0), KivuException);
+}
+
 // ---------------------------------------------------------------- third-party files
 
 TEST(GifCorpus, EveryFileReadsOrFailsWithAKnownText) {

@@ -20,6 +20,7 @@ using namespace kivu;
 namespace {
 
 using kivutest::Bytes;
+using Keys = std::vector<uint16_t>;
 
 using kivutest::be32;
 using kivutest::Png;
@@ -141,17 +142,17 @@ TEST(PngChunks, ChunkLengthPastTheEndStopsAtTheEnd) {
 TEST(PngChunks, ColourKeys) {
     // Gray: the low byte of the 16-bit value.
     auto gray = read(png(1, 1, 8, 0).add("tRNS", {0x12, 0x34}).add("IDAT", deflate({0, 0})).end().bytes);
-    EXPECT_EQ(gray->transparency(), Bytes{0x34});
+    EXPECT_EQ(gray->transparency(), Keys{0x34});
     // RGB: the low bytes of each sample.
     auto rgb = read(png(1, 1, 8, 2).add("tRNS", {1, 2, 3, 4, 5, 6}).add("IDAT", deflate(Bytes(4))).end().bytes);
-    EXPECT_EQ(rgb->transparency(), (Bytes{2, 4, 6}));
+    EXPECT_EQ(rgb->transparency(), (Keys{2, 4, 6}));
     // Indexed: the single value 0, whatever the block holds.
     auto idx = read(png(1, 1, 8, 3).add("PLTE", {1, 2, 3, 4, 5, 6}).add("tRNS", {255, 7})
                         .add("IDAT", deflate({0, 1})).end().bytes);
-    EXPECT_EQ(idx->transparency(), Bytes{0});
+    EXPECT_EQ(idx->transparency(), Keys{0});
     // A block shorter than its colour type needs: the missing bytes read 0.
     auto shortKey = read(png(1, 1, 8, 2).add("tRNS", {9, 8, 7}).add("IDAT", deflate(Bytes(4))).end().bytes);
-    EXPECT_EQ(shortKey->transparency(), (Bytes{8, 0, 0}));
+    EXPECT_EQ(shortKey->transparency(), (Keys{8, 0, 0}));
 }
 
 // ---------------------------------------------------------------- objects
@@ -305,6 +306,30 @@ TEST(PngObjects, CopyHasItsOwnBuffer) {
     EXPECT_TRUE(copy->hasMask());
     EXPECT_NE(copy->buffer(), img->buffer());
     EXPECT_EQ(copy->buffer()->MD5(), img->buffer()->MD5());
+}
+
+// ---------------------------------------------------------------- the standard rules
+
+TEST(PngStandard, WhatEachRuleSetReads) {
+    const Bytes adam7 = ihdr(1, 1, 8, 0, 0, 0, 1), method2 = ihdr(1, 1, 8, 0, 0, 0, 2);
+    struct Case {
+        Bytes bytes;
+        const char* engine;
+        const char* standard;
+    } cases[] = {
+        {png(2, 1, 16, 0).add("IDAT", deflate(Bytes(5))).end().bytes, "PNG: 16-bit depth not supported", "(no failure)"},
+        {png(1, 1, 16, 3).add("PLTE", {1, 2, 3}).end().bytes, "PNG: 16-bit depth not supported",
+         "PNG: Invalid bit depth 16"},
+        {png(1, 1, 4, 2).end().bytes, "(no failure)", "PNG: Invalid bit depth 4"},
+        {Png().add("IHDR", adam7).add("IDAT", deflate({5, 9})).end().bytes, "PNG: Interlacing not supported",
+         "PNG: Unknown row filter 5"},
+        {Png().add("IHDR", method2).end().bytes, "PNG: Interlacing not supported", "PNG: Interlacing not supported"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(failure(c.bytes), c.engine);
+        kivutest::UseRules standard(rulesStandard);
+        EXPECT_EQ(failure(c.bytes), c.standard);
+    }
 }
 
 // ---------------------------------------------------------------- third-party files
