@@ -219,7 +219,9 @@ bool TSvgDocument::_stream(_xmlTextReader* reader) {
     int skip = -1;  // the depth of a foreign element whose subtree is passed over
     int rc;
     while ((rc = xmlTextReaderRead(reader)) == 1) {
-        doc_ = xmlTextReaderCurrentDoc(reader);
+        // The document through the node: asking the reader for it would make
+        // it keep every node.
+        if (xmlNode* current = xmlTextReaderCurrentNode(reader)) doc_ = current->doc;
         const int type = xmlTextReaderNodeType(reader), depth = xmlTextReaderDepth(reader);
         if (skip >= 0) {
             if (type == XML_READER_TYPE_END_ELEMENT && depth == skip) skip = -1;
