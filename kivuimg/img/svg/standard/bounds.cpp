@@ -10,10 +10,6 @@ namespace {
 // Instances and viewports followed at most, as when drawing.
 constexpr int kMaxDepth = 64;
 
-bool isShape(SvgTag t) {
-    return t == SvgTag::rect || t == SvgTag::circle || t == SvgTag::ellipse || t == SvgTag::line ||
-           t == SvgTag::polyline || t == SvgTag::polygon || t == SvgTag::path;
-}
 
 void addBounds(TPainter& painter, const TSvgNode& node, const SState& state, SBox& out);
 

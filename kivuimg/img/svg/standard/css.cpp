@@ -229,18 +229,6 @@ bool compileSelector(std::string_view text, SSelector& out, uint32_t& specificit
 
 // ---- matching ---------------------------------------------------------------------------
 
-bool containsWord(std::string_view list, std::string_view word) {
-    size_t i = 0;
-    while (i < list.size()) {
-        while (i < list.size() && isSpace(list[i])) ++i;
-        size_t n = 0;
-        while (i + n < list.size() && !isSpace(list[i + n])) ++n;
-        if (n && list.substr(i, n) == word) return true;
-        i += n;
-    }
-    return false;
-}
-
 int elementPosition(const TSvgNode& node) {
     int n = 1;
     for (const TSvgNode* p = node.previousElement(); p; p = p->previousElement()) ++n;
@@ -500,17 +488,8 @@ void TStyleSheet::matching(const TSvgNode& node, std::vector<const SRule*>& out)
     };
     if (!node.id().empty()) add(byId_, std::string(node.id()));
     add(byType_, node.name);
-    if (const std::string* cls = node.attribute("class")) {
-        std::string_view list(*cls);
-        size_t i = 0;
-        while (i < list.size()) {
-            while (i < list.size() && isSpace(list[i])) ++i;
-            size_t n = 0;
-            while (i + n < list.size() && !isSpace(list[i + n])) ++n;
-            if (n) add(byClass_, std::string(list.substr(i, n)));
-            i += n;
-        }
-    }
+    if (const std::string* cls = node.attribute("class"))
+        for (std::string_view name : words(*cls)) add(byClass_, std::string(name));
     std::sort(candidates.begin(), candidates.end());
     candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
     for (size_t k : candidates)

@@ -93,17 +93,7 @@ const std::string* TSvgNode::attribute(std::string_view name) const {
 
 bool TSvgNode::hasClass(std::string_view c) const {
     const std::string* list = attribute("class");
-    if (!list || c.empty()) return false;
-    const std::string_view l(*list);
-    size_t i = 0;
-    while (i < l.size()) {
-        while (i < l.size() && isSpace(l[i])) ++i;
-        size_t n = 0;
-        while (i + n < l.size() && !isSpace(l[i + n])) ++n;
-        if (n && l.substr(i, n) == c) return true;
-        i += n;
-    }
-    return false;
+    return list && !c.empty() && containsWord(*list, c);
 }
 
 const TSvgNode* TSvgNode::previousElement() const {

@@ -34,6 +34,12 @@ enum class SvgTag : uint8_t {
     marker, filter, title, desc, metadata, foreignObject
 };
 
+// The basic shapes and path: what has geometry of its own.
+inline bool isShape(SvgTag t) {
+    return t == SvgTag::rect || t == SvgTag::circle || t == SvgTag::ellipse || t == SvgTag::line ||
+           t == SvgTag::polyline || t == SvgTag::polygon || t == SvgTag::path;
+}
+
 class TSvgNode {
 public:
     SvgTag tag = SvgTag::unknown;

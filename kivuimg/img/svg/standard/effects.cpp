@@ -14,10 +14,6 @@ namespace {
 // references) draw nothing.
 constexpr int kMaxEffectDepth = 16;
 
-bool isShape(SvgTag t) {
-    return t == SvgTag::rect || t == SvgTag::circle || t == SvgTag::ellipse || t == SvgTag::line ||
-           t == SvgTag::polyline || t == SvgTag::polygon || t == SvgTag::path;
-}
 
 // One piece of a clip: a path in the Form's space, or a text element; the
 // element it comes of, and that element's own clip path.

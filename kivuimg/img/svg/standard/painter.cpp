@@ -19,10 +19,6 @@ namespace {
 // Instances and viewports nested deeper than this are not drawn.
 constexpr int kMaxNesting = 64;
 
-bool isShape(SvgTag t) {
-    return t == SvgTag::rect || t == SvgTag::circle || t == SvgTag::ellipse || t == SvgTag::line ||
-           t == SvgTag::polyline || t == SvgTag::polygon || t == SvgTag::path;
-}
 
 bool isContainer(SvgTag t) { return t == SvgTag::g || t == SvgTag::a || t == SvgTag::switchTag; }
 
@@ -30,20 +26,6 @@ bool isContainer(SvgTag t) { return t == SvgTag::g || t == SvgTag::a || t == Svg
 bool isRendered(SvgTag t) {
     return isShape(t) || isContainer(t) || t == SvgTag::svg || t == SvgTag::use || t == SvgTag::text ||
            t == SvgTag::image;
-}
-
-// The words of a list separated by commas or white space.
-std::vector<std::string_view> words(std::string_view text, bool commas) {
-    std::vector<std::string_view> out;
-    size_t i = 0;
-    while (i < text.size()) {
-        while (i < text.size() && (isSpace(text[i]) || (commas && text[i] == ','))) ++i;
-        size_t n = 0;
-        while (i + n < text.size() && !isSpace(text[i + n]) && !(commas && text[i + n] == ',')) ++n;
-        if (n) out.push_back(text.substr(i, n));
-        i += n;
-    }
-    return out;
 }
 
 SMatrix elementTransform(const TSvgNode& node, const SStyle& style) {
@@ -57,8 +39,8 @@ SMatrix elementTransform(const TSvgNode& node, const SStyle& style) {
 }  // namespace
 
 bool conditionsPass(const TSvgNode& node) {
-    if (const std::string* ext = node.attribute("requiredExtensions"))
-        if (words(*ext, false).size() != 0 || ext->empty()) return false;
+    // No extension is supported: any list of them fails, an empty one too.
+    if (node.attribute("requiredExtensions")) return false;
     if (const std::string* features = node.attribute("requiredFeatures"))
         if (trimSpace(*features).empty()) return false;
     if (const std::string* langs = node.attribute("systemLanguage")) {

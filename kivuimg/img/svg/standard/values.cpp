@@ -21,6 +21,26 @@ std::string_view trimSpace(std::string_view text) {
     return text.substr(a, b - a);
 }
 
+std::vector<std::string_view> words(std::string_view text, bool commas) {
+    std::vector<std::string_view> out;
+    auto separates = [&](char c) { return isSpace(c) || (commas && c == ','); };
+    size_t i = 0;
+    while (i < text.size()) {
+        while (i < text.size() && separates(text[i])) ++i;
+        size_t n = 0;
+        while (i + n < text.size() && !separates(text[i + n])) ++n;
+        if (n) out.push_back(text.substr(i, n));
+        i += n;
+    }
+    return out;
+}
+
+bool containsWord(std::string_view list, std::string_view word) {
+    for (std::string_view w : words(list))
+        if (w == word) return true;
+    return false;
+}
+
 std::string lowerAscii(std::string_view text) {
     std::string out(text);
     for (char& c : out)

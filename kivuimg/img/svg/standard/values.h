@@ -124,6 +124,9 @@ std::string localId(std::string_view text);
 // line feed, carriage return, form feed).
 std::string_view trimSpace(std::string_view text);
 bool isSpace(char c);
+// The words of a list separated by white space (and commas when asked).
+std::vector<std::string_view> words(std::string_view text, bool commas = false);
+bool containsWord(std::string_view list, std::string_view word);
 // ASCII lower case.
 std::string lowerAscii(std::string_view text);
 bool equalsIgnoreCase(std::string_view a, std::string_view b);
