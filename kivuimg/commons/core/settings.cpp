@@ -1,5 +1,6 @@
 #include "kivuimg/commons/core/settings.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -73,6 +74,7 @@ TSettings::TSettings(const std::string& path, LogOut out, int) {
     defaultLanguage_ = stringKey(conf, "lang", defaultLanguage_);
     const std::string rules = stringKey(conf, "rules", "engine");
     allowNetwork_ = boolKey(conf, "allow-network", false);
+    maxSvgBytes_ = static_cast<uint64_t>(std::max(0, intKey(conf, "max-svg-bytes", 0)));
     const std::string pathout = stringKey(conf, "pathout", "$DEFAULT");
 
     logPath_ = sub(home_, {"logs"});

@@ -61,6 +61,11 @@ public:
     // "allow-network" in the configuration, false when absent.
     bool allowNetwork() const { return allowNetwork_; }
     void allowNetwork(bool on) { allowNetwork_ = on; }
+    // What one drawing (with those embedded in it) may hold in its tree and
+    // write into its content, in bytes each: "max-svg-bytes" in the
+    // configuration; 0 when absent (the library's default, 64 MB, holds).
+    uint64_t maxSvgBytes() const { return maxSvgBytes_; }
+    void maxSvgBytes(uint64_t bytes) { maxSvgBytes_ = bytes; }
 
     // KIVU_HOME, else the user profile's "Kivu" folder (HOME stands in for
     // USERPROFILE); neither ends the process through g_error.
@@ -103,6 +108,7 @@ private:
     int timeLimit_ = 10;
     Rules rules_ = rulesEngine;
     bool allowNetwork_ = false;
+    uint64_t maxSvgBytes_ = 0;
     std::unique_ptr<TLog> log_;
 };
 

@@ -128,12 +128,7 @@ std::string textContent(const TSvgNode& node) {
 TSvgDocument::TSvgDocument() = default;
 TSvgDocument::~TSvgDocument() = default;
 
-void TSvgDocument::_count(uint64_t bytes) {
-    bytes_ += bytes;
-    if (bytes_ > limits_.maxBytes)
-        throwf("SVG: the drawing holds more than %llu bytes of elements and text",
-               static_cast<unsigned long long>(limits_.maxBytes));
-}
+void TSvgDocument::_count(uint64_t bytes) { budget_->countTree(bytes); }
 
 namespace {
 
@@ -167,8 +162,9 @@ bool tooManyAttributes(std::span<const uint8_t> bytes, uint32_t limit) {
 
 }  // namespace
 
-void TSvgDocument::read(std::span<const uint8_t> bytes, const SReadLimits& limits) {
+void TSvgDocument::read(std::span<const uint8_t> bytes, const SReadLimits& limits, TSvgBudget& budget) {
     limits_ = limits;
+    budget_ = &budget;
     if (bytes.empty()) throw KivuException("SVG: empty file");
     if (bytes.size() > limits_.maxBytes)
         throwf("SVG: the file of %zu bytes is larger than the limit of %llu", bytes.size(),
@@ -202,6 +198,7 @@ void TSvgDocument::read(std::span<const uint8_t> bytes, const SReadLimits& limit
     _collectStyleSheets(*root_);
     _count(sheet_.bytes());
     _cascade(*root_);
+    budget_ = nullptr;
 }
 
 bool TSvgDocument::_stream(_xmlTextReader* reader) {
@@ -275,7 +272,7 @@ std::unique_ptr<TSvgNode> TSvgDocument::_newElement(std::string name, TSvgNode* 
     out->name = std::move(name);
     out->tag = tagOf(out->name);
     out->parent = parent;
-    _count(out->name.size() + 16);
+    _count(sizeof(TSvgNode) + out->name.size());
     return out;
 }
 
@@ -295,7 +292,7 @@ void TSvgDocument::_addAttribute(TSvgNode& out, std::string name, const char* ns
         return;  // an editor's own attribute, or a namespace declaration
     }
     if (name == "href") plainHref = true;
-    _count(name.size() + value.size());
+    _count(sizeof(std::pair<std::string, std::string>) + name.size() + value.size());
     out.attributes.emplace_back(std::move(name), std::move(value));
 }
 
@@ -322,7 +319,7 @@ void TSvgDocument::_readAttributes(_xmlNode* node, TSvgNode& out) {
 
 void TSvgDocument::_addText(TSvgNode& parent, std::string data) {
     if (data.empty()) return;
-    _count(data.size());
+    _count(data.size() + (!parent.children.empty() && parent.children.back()->isText ? 0 : sizeof(TSvgNode)));
     // Neighbouring pieces (text, CDATA, entities) make one node.
     if (!parent.children.empty() && parent.children.back()->isText) {
         parent.children.back()->text += data;

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "kivuimg/img/svg/standard/budget.h"
 #include "kivuimg/img/svg/standard/css.h"
 #include "kivuimg/img/svg/standard/properties.h"
 
@@ -70,10 +71,11 @@ public:
     const SDecl* declaration(Prop prop) const;
 };
 
-// What a document may cost, counted while it is read: elements, and the
-// bytes of the attributes, character data and style rules they hold.
+// What a document may hold.  Its bytes (the file's, and those of its
+// elements, attributes, character data and style rules, each element
+// counted at what it takes in memory) go against its budget.
 struct SReadLimits {
-    uint64_t maxBytes = 64ull << 20;
+    uint64_t maxBytes = 64ull << 20;  // the file's
     uint64_t maxElements = 1000000;
     int maxDepth = 200;
     uint32_t maxAttributes = 1000;
@@ -89,14 +91,12 @@ public:
     // Reads the file's bytes; raises KivuException with the reason when
     // they are not a drawing ("SVG: not well-formed at line 3", "SVG: the
     // root element is not svg", a limit passed).
-    void read(std::span<const uint8_t> bytes, const SReadLimits& limits);
+    void read(std::span<const uint8_t> bytes, const SReadLimits& limits, TSvgBudget& budget);
 
     const TSvgNode* root() const { return root_.get(); }
     // The element with that id (the first in document order), or null.
     const TSvgNode* byId(std::string_view id) const;
     const TStyleSheet& styleSheet() const { return sheet_; }
-    // Bytes the tree holds, as counted against the limits.
-    uint64_t bytes() const { return bytes_; }
     uint64_t elements() const { return elements_; }
 
 private:
@@ -120,7 +120,7 @@ private:
     TStyleSheet sheet_;
     SReadLimits limits_;
     _xmlDoc* doc_ = nullptr;
-    uint64_t bytes_ = 0;
+    TSvgBudget* budget_ = nullptr;  // while reading
     uint64_t elements_ = 0;
     uint64_t matches_ = 0;
 };

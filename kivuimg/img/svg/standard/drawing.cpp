@@ -15,10 +15,6 @@ namespace kivu::stdsvg {
 
 namespace {
 
-// What one drawing may write into its content streams, paths and gradient
-// stops counted.
-constexpr uint64_t kMaxContentBytes = 64ull << 20;
-
 // CSS pixels into the Form's space: points, y up.
 const SMatrix kPixelsToForm{0.75, 0, 0, -0.75, 0, 0};
 
@@ -31,9 +27,12 @@ TStandardDrawing::~TStandardDrawing() = default;
 
 void TStandardDrawing::read(std::span<const uint8_t> bytes, const std::string& folder) {
     folder_ = folder;
+    budget_ = TSvgBudget::current(&owner_);
+    const TSvgBudget::Scope scope(budget_);
     auto doc = std::make_shared<TSvgDocument>();
     SReadLimits limits;
     limits.maxElements = maxSvgElements();
+    limits.maxBytes = maxSvgBytes();
     // A gzip stream (.svgz) is read as its expansion, under the same limit.
     std::vector<uint8_t> inflated;
     if (bytes.size() >= 2 && bytes[0] == 0x1F && bytes[1] == 0x8B) {
@@ -44,11 +43,11 @@ void TStandardDrawing::read(std::span<const uint8_t> bytes, const std::string& f
         }
         bytes = inflated;
     }
-    doc->read(bytes, limits);
+    doc->read(bytes, limits, *budget_);
     doc_ = doc;
     size_ = rootSize(*doc->root());
     if (size_.placement.drawn) {
-        visits_ = 0;
+        if (owner_) budget_->restartDrawing();
         TPainter painter(*doc_, *this);
         painter.collect(kPixelsToForm * size_.placement.matrix, size_.placement.inner);
     }
@@ -59,6 +58,8 @@ std::unique_ptr<TStandardDrawing> TStandardDrawing::copyFor(TImageSVG& image) co
     copy->doc_ = doc_;
     copy->size_ = size_;
     copy->folder_ = folder_;
+    copy->budget_ = std::make_shared<TSvgBudget>(maxSvgBytes(), maxSvgElements());
+    copy->owner_ = true;
     copy->fonts_ = fonts_;
     copy->answers_ = answers_;
     copy->sources_ = sources_;
@@ -89,6 +90,8 @@ const SRawFont* TStandardDrawing::fontAnswer(const SRawFont& request) {
 
 std::string TStandardDrawing::addPicture(const TSvgNode& element, std::unique_ptr<TBuffer> bytes,
                                          const std::string& ext) {
+    // A picture lives as long as the document that embeds it: its bytes count.
+    budget_->countTree(bytes->size());
     const std::string name = "subimage-" + bytes->MD5() + "." + ext;
     if (!libimg_getImage(name.c_str())) loadImage(name, std::move(bytes));
     if (!libimg_getImage(name.c_str())) return "";
@@ -136,17 +139,9 @@ void TStandardDrawing::nameResource(const std::string& name, const char* categor
 
 void TStandardDrawing::addResourceHolder(uint64_t number) { image_.holdResources(number); }
 
-void TStandardDrawing::countContent(uint64_t bytes) {
-    contentBytes_ += bytes;
-    if (contentBytes_ > kMaxContentBytes)
-        throwf("SVG: the drawing writes more than %llu bytes of content",
-               static_cast<unsigned long long>(kMaxContentBytes));
-}
+void TStandardDrawing::countContent(uint64_t bytes) { budget_->countContent(bytes); }
 
-void TStandardDrawing::countVisit() {
-    if (++visits_ > maxSvgElements())
-        throwf("SVG: the drawing expands to more than %llu elements", static_cast<unsigned long long>(maxSvgElements()));
-}
+void TStandardDrawing::countVisit() { budget_->countVisit(); }
 
 uint64_t TStandardDrawing::emit(TObjects* objects, std::vector<SGradient>* gradients, ColorSpace target) {
     objects_ = objects, gradients_ = gradients, target_ = target;
@@ -165,7 +160,8 @@ uint64_t TStandardDrawing::emit(TObjects* objects, std::vector<SGradient>* gradi
     // The object takes the stream as it stands: no copy.
     auto stream = std::make_shared<TBuffer>(4096, 8192);
     if (doc_ && size_.placement.drawn) {
-        visits_ = 0, contentBytes_ = 0;
+        const TSvgBudget::Scope scope(budget_);
+        if (owner_) budget_->restartDrawing();
         TCanvas canvas(*this, *stream, formBox());
         TPainter painter(*doc_, *this);
         painter.paint(canvas, kPixelsToForm * size_.placement.matrix, size_.placement.inner);

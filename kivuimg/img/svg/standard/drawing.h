@@ -29,6 +29,7 @@ class TObjects;
 namespace kivu::stdsvg {
 
 class TSvgDocument;
+class TSvgBudget;
 
 class TStandardDrawing : public TDrawingHost {
 public:
@@ -98,8 +99,10 @@ private:
     TObjects* objects_ = nullptr;
     std::vector<SGradient>* gradients_ = nullptr;
     ColorSpace target_ = csAuto;
-    uint64_t contentBytes_ = 0;
-    uint64_t visits_ = 0;
+    // The document's budget, shared with the drawings embedded in it; the
+    // owner is the outermost drawing, whose emission restarts the count.
+    std::shared_ptr<TSvgBudget> budget_;
+    bool owner_ = true;
 };
 
 }  // namespace kivu::stdsvg

@@ -12,6 +12,9 @@ namespace {
 
 // Periods a reflected or repeated gradient is unrolled over at most.
 constexpr int kMaxPeriods = 256;
+// A gradient keeps at most this many stops, taken evenly from its own:
+// each stop writes a function into every shading that uses it.
+constexpr size_t kMaxStops = 256;
 
 bool isGradient(const TSvgNode& n) { return n.tag == SvgTag::linearGradient || n.tag == SvgTag::radialGradient; }
 
@@ -69,6 +72,11 @@ void readStops(const TSvgNode& holder, const StyleOf& styleOf, std::vector<SGrad
         color.a *= style.stopOpacity;
         out.push_back({offset, color});
     }
+    if (out.size() <= kMaxStops) return;
+    std::vector<SGradientStop> kept;
+    kept.reserve(kMaxStops);
+    for (size_t i = 0; i < kMaxStops; ++i) kept.push_back(out[i * (out.size() - 1) / (kMaxStops - 1)]);
+    out = std::move(kept);
 }
 
 }  // namespace

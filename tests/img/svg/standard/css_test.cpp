@@ -14,7 +14,8 @@ namespace {
 std::unique_ptr<TSvgDocument> read(const std::string& body) {
     const std::string text = "<svg xmlns='http://www.w3.org/2000/svg'>" + body + "</svg>";
     auto doc = std::make_unique<TSvgDocument>();
-    doc->read(std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()), SReadLimits{});
+    TSvgBudget budget(kDefaultSvgBytes, 1000000);
+    doc->read(std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()), SReadLimits{}, budget);
     return doc;
 }
 
