@@ -72,6 +72,9 @@ const char* const kUsage =
     "  --home DIR               package home (default: $KIVU_HOME, else ~/Kivu,\n"
     "                           created with the default configuration)\n"
     "  --max-pixels N           refuse images of more than N pixels (default 2^28)\n"
+    "  --max-svg-bytes N        what one drawing, with the drawings and pictures\n"
+    "                           embedded in it, may hold in memory and write as\n"
+    "                           content: N bytes each (default 64 MB)\n"
     "  -v, --verbose            show the library's log on standard output\n"
     "  -h, --help               this text\n"
     "\n"
@@ -93,6 +96,7 @@ struct Options {
     ColorSpace space = csAuto;
     Rules rules = rulesStandard;
     uint64_t maxPixels = maxImagePixels();
+    uint64_t maxSvgBytes = 0;  // the configuration's
     kivutool::PageLayout layout;
     kivutool::DocumentInfo info;
     bool fitGiven = false;
@@ -132,9 +136,10 @@ void numberOption(const std::string& a, const std::string& v, Options& o) {
         o.dpi = std::strtod(v.c_str(), &end);
         if (!end || *end || !(o.dpi > 0) || !std::isfinite(o.dpi)) usageError("--dpi needs a positive number");
     } else {
-        o.maxPixels = std::strtoull(v.c_str(), &end, 10);
-        if (v.empty() || v[0] == '-' || !end || *end || o.maxPixels == 0)
-            usageError("--max-pixels needs a positive whole number");
+        uint64_t& target = a == "--max-pixels" ? o.maxPixels : o.maxSvgBytes;
+        target = std::strtoull(v.c_str(), &end, 10);
+        if (v.empty() || v[0] == '-' || !end || *end || target == 0)
+            usageError(a + " needs a positive whole number");
     }
 }
 
@@ -143,7 +148,7 @@ void valueOption(const std::string& a, const std::string& v, Options& o) {
     if (a == "-o" || a == "--output") o.output = v;
     else if (a == "--home") o.home = v;
     else if (a == "--format") o.format = toLower(v);
-    else if (a == "--dpi" || a == "--max-pixels") numberOption(a, v, o);
+    else if (a == "--dpi" || a == "--max-pixels" || a == "--max-svg-bytes") numberOption(a, v, o);
     else if (a == "--colorspace") {
         if (v == "rgb") o.space = csRGB;
         else if (v == "cmyk") o.space = csCMYK;
@@ -168,7 +173,7 @@ void valueOption(const std::string& a, const std::string& v, Options& o) {
 }
 
 bool takesValue(const std::string& a) {
-    static const char* const kValued[] = {"-o", "--output", "--home", "--format", "--dpi", "--max-pixels",
+    static const char* const kValued[] = {"-o", "--output", "--home", "--format", "--dpi", "--max-pixels", "--max-svg-bytes",
                                           "--colorspace", "--rules", "--pagesize", "--fit", "--border", "--title",
                                           "--author", "--subject", "--keywords", "--creator"};
     return std::find(std::begin(kValued), std::end(kValued), a) != std::end(kValued);
@@ -274,7 +279,9 @@ Loaded read(const std::string& input, const std::string& format) {
 // A fallback is reported on standard error; answers whether it was one.
 bool warnFallback(const std::string& input, const Loaded& l) {
     if (!isFallback(l.name)) return false;
-    std::fprintf(stderr, "kivuimg: warning: '%s' falls back to '%s'\n", input.c_str(), l.name.c_str());
+    const std::string& why = l.image->failure();
+    std::fprintf(stderr, "kivuimg: warning: '%s' falls back to '%s'%s%s\n", input.c_str(), l.name.c_str(),
+                 why.empty() ? "" : ": ", why.c_str());
     return true;
 }
 
@@ -418,6 +425,7 @@ int main(int argc, char** argv) {
     }
     g_settings->rules(o.rules);
     g_settings->allowNetwork(o.network);
+    if (o.maxSvgBytes) g_settings->maxSvgBytes(o.maxSvgBytes);
     const int rc = o.command == "info" ? runInfo(o) : runConvert(o);
     lib_uninit();
     return rc;
