@@ -62,6 +62,11 @@ public:
 
     virtual std::string src() const { return src_; }
     virtual void src(const std::string& s) { src_ = s; }
+    // Why this image is the fallback picture in place of the one asked for
+    // ("no such file", "is a directory", "empty", "SVG: not well-formed at
+    // line 3 (...)"); empty for an image that was read.
+    const std::string& failure() const { return failure_; }
+    void failure(const std::string& reason) { failure_ = reason; }
     virtual std::string ext() const = 0;
     virtual bool has2Pass() { return false; }
     virtual std::vector<SRawFont> getRawFonts() { return {}; }
@@ -152,6 +157,7 @@ protected:
     double resolutionY_ = 0;
 
 private:
+    std::string failure_;
     std::vector<SResourceName> resourceNames_;
     std::vector<uint64_t> resourceHolders_;
     std::unordered_set<std::string> resourceSeen_;

@@ -99,14 +99,32 @@ std::vector<std::unique_ptr<TImageFormat>>& replacedImages() {
     return images;
 }
 
+// Why each name a host asked for fell back, by that name.
+std::map<std::string, std::string>& failures() {
+    static std::map<std::string, std::string> reasons;
+    return reasons;
+}
+
 void clearRegistry() {
     g_imageList.clear();
     replacedImages().clear();
+    failures().clear();
 }
 
-std::unique_ptr<TImageJPG> undefinedOver(std::string& name, const char* fallback) {
+std::unique_ptr<TImageJPG> undefinedOver(std::string& name, const char* fallback, const std::string& reason) {
     name = fallback;
-    return createUndefinedImage();
+    auto image = createUndefinedImage();
+    image->failure(reason);
+    return image;
+}
+
+// Why a file gave no bytes to read.
+std::string missingReason(const std::string& path, const TBuffer* buffer) {
+    std::error_code ec;
+    if (buffer) return buffer->size() == 0 ? "empty" : "too short to be an image";
+    if (std::filesystem::is_directory(path, ec)) return "is a directory";
+    if (std::filesystem::exists(path, ec)) return "can't be read";
+    return "no such file";
 }
 
 }  // namespace
@@ -147,14 +165,16 @@ const std::map<std::string, ImageFactory>& imageFactories() {
 }
 
 std::unique_ptr<TImageFormat> createImage(std::unique_ptr<TBuffer> buffer, const std::string& ext, std::string& name) {
-    if (!buffer || buffer->size() < 2) return undefinedOver(name, kNotFoundImage);
+    if (!buffer || buffer->size() < 2) return undefinedOver(name, kNotFoundImage, missingReason(name, buffer.get()));
     const auto& factories = imageFactories();
     // Compressed drawings are read under the standard rules only.
     if (ext == ".svgz" && currentRules() == rulesStandard) return std::make_unique<TImageSVG>(std::move(buffer));
     auto it = factories.find(ext);
     if (it == factories.end()) {
         g_logExclamation(g_log, "Image format '%s' is not supported", ext.c_str());
-        return undefinedOver(name, kUnsupportedImage);
+        return undefinedOver(name, kUnsupportedImage,
+                             ext.empty() ? "no extension to tell the format by"
+                                         : "the format '" + ext.substr(1) + "' is not supported");
     }
     return it->second(std::move(buffer));
 }
@@ -200,6 +220,7 @@ std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuff
         try {
             auto fallback = createUndefinedImage();
             fallback->readSpecs();
+            fallback->failure(e.what());
             return fallback;
         } catch (const std::exception&) {
             return nullptr;
@@ -211,9 +232,16 @@ std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source) 
     std::string key = name;
     if (g_imageList.count(key)) return key;
     std::unique_ptr<TImageFormat> image = readImage(key, std::move(source));
+    if (image && !image->failure().empty()) failures()[name] = image->failure();
+    else failures().erase(name);
     // The picture of an exception is not registered: its name finds nothing.
     if (image && key != kExceptionImage) registerImage(key, std::move(image));
     return key;
+}
+
+std::string loadFailure(const std::string& name) {
+    auto it = failures().find(name);
+    return it == failures().end() ? std::string() : it->second;
 }
 
 }  // namespace kivu
@@ -231,6 +259,12 @@ TImageFormat* libimg_getImage(const char* name) {
     if (!name) return nullptr;
     auto it = g_imageList.find(name);
     return it == g_imageList.end() ? nullptr : it->second.get();
+}
+
+const char* libimg_getFailure(const char* name) {
+    if (!name) return nullptr;
+    auto it = failures().find(name);
+    return it == failures().end() ? nullptr : it->second.c_str();
 }
 
 TImageFormat* libimg_copyImage(const char* name) {

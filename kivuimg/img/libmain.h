@@ -48,6 +48,9 @@ KIVU_API void registerImage(const std::string& name, std::unique_ptr<TImageForma
 KIVU_API std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuffer> source);
 // Loads (or finds) an image by name; C++ form of libimg_loadImage.
 KIVU_API std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
+// Why the last load of `name` (as the host named it) gave a fallback
+// name; empty when it was read, or never asked for since the last reset.
+KIVU_API std::string loadFailure(const std::string& name);
 
 }  // namespace kivu
 
@@ -58,6 +61,9 @@ extern "C" {
 KIVU_API char* libimg_loadImage(const char* name, kivu::TBuffer* source);
 // The registered image, or null.
 KIVU_API kivu::TImageFormat* libimg_getImage(const char* name);
+// Why the last libimg_loadImage of `name` answered a fallback name, or null
+// when it did not; valid until the next reset.
+KIVU_API const char* libimg_getFailure(const char* name);
 // A new copy of a registered image that the caller owns (delete it), or null.
 KIVU_API kivu::TImageFormat* libimg_copyImage(const char* name);
 KIVU_API char* libimg_makeColorSpaceModification();

@@ -188,6 +188,24 @@ TEST_F(ImageFrame, FallbacksHaveTheirNames) {
     EXPECT_NE(logText().find(broken + " -> JPEG: "), std::string::npos);
     EXPECT_STREQ(libimg_makeColorSpaceModification(), "");
 
+    // Each name the host asked for keeps why it fell back; a name that was read has no reason.
+    const std::pair<std::string, const char*> reasons[] = {{(dir / "missing.jpg").string(), "no such file"},
+                                                           {dir.string() + "/", "is a directory"},
+                                                           {"empty.jpg", "empty"},
+                                                           {jpe, "the format 'jpe' is not supported"},
+                                                           {broken, "JPEG: "}};
+    libimg_loadImage(dir.string().append("/").c_str(), nullptr);
+    for (const auto& [name, why] : reasons) {
+        const char* got = libimg_getFailure(name.c_str());
+        ASSERT_NE(got, nullptr) << name;
+        EXPECT_NE(std::string(got).find(why), std::string::npos) << name << ": " << got;
+        EXPECT_EQ(loadFailure(name), got);
+    }
+    EXPECT_STREQ(libimg_loadImage(sample("gradient-gray.jpg").c_str(), nullptr), sample("gradient-gray.jpg").c_str());
+    EXPECT_EQ(libimg_getFailure(sample("gradient-gray.jpg").c_str()), nullptr);
+    libimg_resetResources();
+    EXPECT_EQ(libimg_getFailure(broken.c_str()), nullptr) << "reasons go with the reset";
+
     // readImage gives the same names, and the picture itself, to its caller alone.
     const std::pair<std::string, std::string> owned[] = {{sample("gradient-gray.jpg"), sample("gradient-gray.jpg")},
                                                          {(dir / "gone.jpg").string(), "not-found.jpg"},
