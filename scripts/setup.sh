@@ -8,7 +8,7 @@ PKGS=(
   libxml2-dev libjpeg62-turbo-dev zlib1g-dev libdeflate-dev libcurl4-openssl-dev
   libpcre2-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  qpdf poppler-utils python3-pil python3-pikepdf
+  qpdf poppler-utils python3-pil python3-pikepdf python3-numpy mupdf-tools
   clang libclang-rt-dev
   libwmf-bin librsvg2-bin fonts-urw-base35
   libharfbuzz-dev libfontconfig-dev fonts-dejavu-core

@@ -4,14 +4,19 @@ service that converts uploads must survive.  Used by the regression test
 tests/img/svg/test_svg_hostile.py (at sizes that run quickly) and by the
 table in docs/hostile-input.md (at the sizes given below, with --full).
 
-usage: svg_hostile.py OUT_DIR [--full] [--only NAME ...]
+usage: svg_hostile.py OUT_DIR [--full] [--only NAME ...] [--measure KIVUIMG]
 Writes NAME.svg (or .svgz) per case and prints one line per case: name, bytes.
+With --measure, converts each file with KIVUIMG under /usr/bin/time -v and
+prints a Markdown row per case: size, peak memory, CPU time, output size,
+exit status and the tool's last message.
 """
 
 import argparse
 import base64
 import gzip
 import os
+import re
+import subprocess
 import sys
 
 SVG = '<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" width="100" height="100">'
@@ -59,11 +64,19 @@ def many_attributes(n):
 
 
 def gradient_stops(stops, shapes):
-    stop = "".join('<stop offset="%f" stop-color="#%06x"/>' % (i / stops, i * 2654435761 % 0xFFFFFF)
+    """One gradient of many stops, used by shapes of different sizes: a shading each."""
+    stop = "".join('<stop offset="%.4f" stop-color="#%06x"/>' % (i / stops, i * 2654435761 % 0xFFFFFF)
                    for i in range(stops))
-    grads = "".join('<linearGradient id="g%d">%s</linearGradient>' % (k, stop) for k in range(shapes))
-    return SVG + grads + "".join('<rect x="%d" width="2" height="10" fill="url(#g%d)"/>' % (k * 2, k)
-                                 for k in range(shapes)) + '</svg>'
+    return SVG + '<linearGradient id="g">%s</linearGradient>' % stop + "".join(
+        '<rect x="%d" width="%d" height="10" fill="url(#g)"/>' % (k * 2, k + 1) for k in range(shapes)) + '</svg>'
+
+
+def honest_paths(n):
+    """A big honest drawing: n filled paths of about 100 bytes each."""
+    path = ('<path fill="#%06x" stroke="#000" d="M%d.5 %d.25c10.5 -3.25 20.75 4.5 30.25 0.5'
+            's5.5 8.25 -2.75 12.5l-4.5 6.25h-12.75z"/>\n')
+    return SVG.replace('width="100" height="100"', 'viewBox="0 0 1000 1000"') + "".join(
+        path % (i * 2654435761 % 0xFFFFFF, i % 1000, i // 100 % 1000) for i in range(n)) + '</svg>'
 
 
 LAUGHS = """<?xml version="1.0"?>
@@ -74,40 +87,37 @@ LAUGHS = """<?xml version="1.0"?>
 """
 
 # name: (description, quick text, full text)
+# name: (description, text at full size, text for a quick run or None when the
+# same); the regression test runs the quick ones.
 CASES = {
-    "embedded-bombs": ("8 embedded drawings, each an 18-level use doubling",
-                       lambda: embedded_bombs(8, 12), lambda: embedded_bombs(8, 18)),
-    "use-nesting": ("use doubling by nesting, 18 levels", lambda: nested_doubling(14), lambda: nested_doubling(18)),
-    "use-doubling": ("use doubling through defs, 24 levels", lambda: SVG + doubling(16) + '</svg>',
-                     lambda: SVG + doubling(24) + '</svg>'),
-    "cloned-class": ("a 100 KB class attribute cloned 2^14 times", lambda: cloned_attribute(100, 8),
-                     lambda: cloned_attribute(100, 14)),
-    "many-rects": ("999,000 rects", lambda: many(50000, '<rect x="%d" width="1" height="1"/>'),
-                   lambda: many(999000, '<rect x="%d" width="1" height="1"/>')),
-    "many-paths": ("300,000 paths", lambda: many(20000, '<path d="M%d 0h1v1h-1z"/>'),
-                   lambda: many(300000, '<path d="M%d 0h1v1h-1z"/>')),
-    "selector-list": ("20,000 selectors with a 100 KB body", lambda: selector_list(2000, 100),
-                      lambda: selector_list(20000, 100)),
-    "text-runs": ("20,000 distinct text runs", lambda: many(2000, '<text y="10">run %d</text>'),
-                  lambda: many(20000, '<text y="10">run %d</text>')),
-    "attributes-50k": ("50,000 attributes on one element", lambda: many_attributes(5000),
-                       lambda: many_attributes(50000)),
-    "attributes-200k": ("200,000 attributes on one element", lambda: many_attributes(20000),
-                        lambda: many_attributes(200000)),
-    "gradient-stops": ("10,000 stops over 50 shapes", lambda: gradient_stops(2000, 20),
-                       lambda: gradient_stops(10000, 50)),
+    "embedded-bombs": ("8 embedded drawings, each an 18-level use doubling", lambda: embedded_bombs(8, 18), None),
+    "use-nesting": ("use doubling by nesting, 18 levels", lambda: nested_doubling(18), None),
+    "use-doubling": ("use doubling through defs, 24 levels", lambda: SVG + doubling(24) + '</svg>', None),
+    "cloned-class": ("a 100 KB class attribute cloned 2^14 times", lambda: cloned_attribute(100, 14), None),
+    "many-rects": ("999,000 rects", lambda: many(999000, '<rect x="%d" width="1" height="1"/>'),
+                   lambda: many(50000, '<rect x="%d" width="1" height="1"/>')),
+    "many-paths": ("300,000 paths", lambda: many(300000, '<path d="M%d 0h1v1h-1z"/>'),
+                   lambda: many(20000, '<path d="M%d 0h1v1h-1z"/>')),
+    "selector-list": ("20,000 selectors with a 100 KB body", lambda: selector_list(20000, 100), None),
+    "text-runs": ("20,000 distinct text runs", lambda: many(20000, '<text y="10">run %d</text>'), None),
+    "attributes-50k": ("50,000 attributes on one element", lambda: many_attributes(50000), None),
+    "attributes-200k": ("200,000 attributes on one element", lambda: many_attributes(200000),
+                        lambda: many_attributes(20000)),
+    "gradient-stops": ("10,000 stops over 50 shapes", lambda: gradient_stops(10000, 50), None),
     "zero-viewbox": ("viewBox=\"0 0 0 0\"", lambda: SVG.replace('width="100" height="100"', 'viewBox="0 0 0 0"')
                      + '<rect width="10" height="10"/></svg>', None),
     "truncated": ("a truncated file", lambda: SVG + '<rect width="10" height', None),
     "bad-utf8": ("bad UTF-8", lambda: SVG + '<text y="10">\udcff\udcfe</text></svg>', None),
     "billion-laughs": ("a billion-laughs document", lambda: LAUGHS, None),
     "huge-font-size": ("font-size=\"1e38\"", lambda: SVG + '<text y="10" font-size="1e38">big</text></svg>', None),
+    "honest-paths": ("a drawing of 100,000 paths, not hostile: it must convert",
+                     lambda: honest_paths(100000), lambda: honest_paths(5000)),
     "svgz-bomb": ("a 10 MB gzip stream expanding to 10 GB", None, None),
 }
 
 
 def write(out, name, full):
-    _, quick, big = CASES[name]
+    _, big, quick = CASES[name]
     path = os.path.join(out, name + ".svg")
     if name == "svgz-bomb":
         path = os.path.join(out, name + ".svgz")
@@ -117,10 +127,32 @@ def write(out, name, full):
             for _ in range(10240 if full else 256):
                 f.write(chunk)
         return path
-    text = (big or quick)() if full else quick()
+    text = big() if full or not quick else quick()
     with open(path, "wb") as f:
         f.write(text.encode("utf-8", "surrogateescape"))
     return path
+
+
+def measure(kivuimg, path, desc):
+    """One row of the hostile-input table for `path`."""
+    out = path + ".pdf"
+    if os.path.exists(out):
+        os.remove(out)
+    cmd = ["/usr/bin/time", "-v", kivuimg, "convert", "-q", path, "-o", out]
+    r = subprocess.run(cmd, capture_output=True, text=True, errors="replace", timeout=600)
+    rss = int(re.search(r"Maximum resident set size \(kbytes\): (\d+)", r.stderr).group(1))
+    cpu = sum(float(re.search(r"%s time \(seconds\): ([\d.]+)" % k, r.stderr).group(1)) for k in ("User", "System"))
+    status = int(re.search(r"Exit status: (\d+)", r.stderr).group(1))
+    said = [l for l in r.stderr.splitlines() if l.startswith("kivuimg")]
+    size = os.path.getsize(out) if os.path.exists(out) else 0
+    valid = ""
+    if size:
+        q = subprocess.run(["qpdf", "--check", out], capture_output=True, text=True)
+        valid = "valid PDF" if q.returncode == 0 else "qpdf: %s" % q.stdout.strip().splitlines()[-1]
+    what = "; ".join(x for x in (valid, said[-1] if said else "") if x)
+    return "| %s | %s | %.1f MB | %.2f s | %s | %d | %s |" % (
+        desc, "{:,}".format(os.path.getsize(path)), rss / 1024, cpu,
+        "{:,} B".format(size) if size else "none", status, what.replace("|", "/")[:160])
 
 
 def main():
@@ -128,11 +160,18 @@ def main():
     p.add_argument("out")
     p.add_argument("--full", action="store_true")
     p.add_argument("--only", nargs="*")
+    p.add_argument("--measure", metavar="KIVUIMG")
     a = p.parse_args()
     os.makedirs(a.out, exist_ok=True)
+    if a.measure:
+        print("| input | bytes | peak memory | CPU | output | exit | result |")
+        print("|---|---|---|---|---|---|---|")
     for name in a.only or CASES:
         path = write(a.out, name, a.full)
-        print("%s %d" % (path, os.path.getsize(path)))
+        if a.measure:
+            print(measure(a.measure, path, CASES[name][0]), flush=True)
+        else:
+            print("%s %d" % (path, os.path.getsize(path)))
 
 
 if __name__ == "__main__":
