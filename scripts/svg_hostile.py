@@ -143,13 +143,13 @@ def measure(kivuimg, path, desc):
     rss = int(re.search(r"Maximum resident set size \(kbytes\): (\d+)", r.stderr).group(1))
     cpu = sum(float(re.search(r"%s time \(seconds\): ([\d.]+)" % k, r.stderr).group(1)) for k in ("User", "System"))
     status = int(re.search(r"Exit status: (\d+)", r.stderr).group(1))
-    said = [l for l in r.stderr.splitlines() if l.startswith("kivuimg")]
+    said = [l.split("': ", 2)[-1] for l in r.stderr.splitlines() if l.startswith("kivuimg")]
     size = os.path.getsize(out) if os.path.exists(out) else 0
     valid = ""
     if size:
         q = subprocess.run(["qpdf", "--check", out], capture_output=True, text=True)
         valid = "valid PDF" if q.returncode == 0 else "qpdf: %s" % q.stdout.strip().splitlines()[-1]
-    what = "; ".join(x for x in (valid, said[-1] if said else "") if x)
+    what = "; ".join(x for x in (valid, "refused: " + said[-1] if said else "") if x)
     return "| %s | %s | %.1f MB | %.2f s | %s | %d | %s |" % (
         desc, "{:,}".format(os.path.getsize(path)), rss / 1024, cpu,
         "{:,} B".format(size) if size else "none", status, what.replace("|", "/")[:160])
