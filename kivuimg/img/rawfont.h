@@ -16,8 +16,12 @@ struct KIVU_API SRawFont {
     std::string text;
     int32_t fontId = 0;
     uint8_t encoding = 0;
+    // The answer's: the width of `text` in the font that will show it, in
+    // ems (a font size of 1); 0 when the host doesn't measure, and the
+    // drawing estimates it.  Text anchored at its middle or end needs it.
+    double advance = 0;
 
-    // Equal by the four strings; fontId and encoding take no part.
+    // Equal by the four strings; fontId, encoding and advance take no part.
     bool operator==(const SRawFont& o) const {
         return family == o.family && weight == o.weight && style == o.style && text == o.text;
     }

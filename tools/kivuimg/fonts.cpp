@@ -91,7 +91,8 @@ std::string standardFontName(const std::string& family, const std::string& weigh
     return italic ? "Times-Italic" : "Times-Roman";
 }
 
-FontBook::FontBook(TObjects& objects) : objects_(objects), finder_(std::make_unique<FontFinder>()) {}
+FontBook::FontBook(TObjects& objects)
+    : objects_(objects), finder_(std::make_unique<FontFinder>()), metrics_(std::make_unique<FontMetrics>()) {}
 
 FontBook::~FontBook() = default;
 
@@ -138,12 +139,23 @@ int FontBook::embeddedFont(const SRawFont& request) {
     return id;
 }
 
+double FontBook::standardAdvance(const std::string& baseFont, const std::string& text) {
+    const char* family = startsWith(baseFont, "Helvetica") ? "Nimbus Sans"
+                         : startsWith(baseFont, "Courier") ? "Nimbus Mono PS"
+                                                           : "Nimbus Roman";
+    const bool bold = baseFont.find("Bold") != std::string::npos;
+    const bool italic = baseFont.find("Italic") != std::string::npos || baseFont.find("Oblique") != std::string::npos;
+    FontFace face;
+    return finder_->findFamily(family, bold, italic, face) ? metrics_->advanceEm(face, codePoints(text)) : 0;
+}
+
 SRawFont FontBook::answer(const SRawFont& request) {
     SRawFont font = request;
     if (!fitsWindows1252(request.text)) {
         if (const int id = embeddedFont(request)) {
             font.fontId = id;
             font.encoding = kUtf16Form;
+            font.advance = metrics_->advanceEm(embedded_[id]->face(), codePoints(request.text));
             return font;
         }
         if (!warned_)
@@ -153,8 +165,10 @@ SRawFont FontBook::answer(const SRawFont& request) {
                          request.text.c_str());
         warned_ = true;
     }
-    font.fontId = standardFont(standardFontName(request.family, request.weight, request.style));
+    const std::string baseFont = standardFontName(request.family, request.weight, request.style);
+    font.fontId = standardFont(baseFont);
     font.encoding = kWindows1252Form;
+    font.advance = standardAdvance(baseFont, request.text);
     return font;
 }
 

@@ -29,6 +29,7 @@ namespace kivutool {
 
 class EmbeddedFont;
 class FontFinder;
+class FontMetrics;
 
 // The base font name of the standard 14 font for a family list, a weight
 // and a style: "Helvetica-Bold", "Times-Roman", "Courier-Oblique" ...
@@ -41,7 +42,9 @@ public:
     FontBook(const FontBook&) = delete;
     FontBook& operator=(const FontBook&) = delete;
 
-    // The request with its font number and string form filled in.
+    // The request with its font number, string form and advance filled in
+    // (the advance measured in the installed face of the answered font: for
+    // the standard fonts, their URW clones, which have their widths).
     kivu::SRawFont answer(const kivu::SRawFont& request);
     // The object of resource "/F<id>"; id 0 (a run the host's answer didn't
     // reach) is the document's default font.  0 for an unknown id.
@@ -54,9 +57,11 @@ public:
 private:
     int standardFont(const std::string& baseFont);
     int embeddedFont(const kivu::SRawFont& request);
+    double standardAdvance(const std::string& baseFont, const std::string& text);
 
     kivu::TObjects& objects_;
     std::unique_ptr<FontFinder> finder_;
+    std::unique_ptr<FontMetrics> metrics_;
     // Resource "/F<k>" is entry k - 1; each holds an object number.
     std::vector<uint64_t> resources_;
     std::map<std::string, int> standard_;    // base font name -> id

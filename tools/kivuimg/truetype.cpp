@@ -101,6 +101,28 @@ bool FontFinder::find(const std::string& families, const std::string& generic, b
     return best > 0;
 }
 
+bool FontFinder::findFamily(const std::string& family, bool bold, bool italic, FontFace& face) {
+    FcPattern* pattern = FcPatternCreate();
+    FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
+    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
+    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
+    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
+    FcDefaultSubstitute(pattern);
+    FcResult result;
+    FcPattern* match = FcFontMatch(nullptr, pattern, &result);
+    FcPatternDestroy(pattern);
+    if (!match) return false;
+    FcChar8 *name = nullptr, *file = nullptr;
+    int index = 0;
+    const bool found = FcPatternGetString(match, FC_FAMILY, 0, &name) == FcResultMatch &&
+                       family == reinterpret_cast<const char*>(name) &&
+                       FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch;
+    FcPatternGetInteger(match, FC_INDEX, 0, &index);
+    if (found) face = FontFace{reinterpret_cast<const char*>(file), index};
+    FcPatternDestroy(match);
+    return found;
+}
+
 // ---- embedding ----------------------------------------------------------------------
 
 namespace {
@@ -121,6 +143,39 @@ using Face = HbRef<hb_face_t, hb_face_destroy>;
 using Font = HbRef<hb_font_t, hb_font_destroy>;
 
 bool isSurrogate(char16_t u) { return u >= 0xD800 && u <= 0xDFFF; }
+
+}  // namespace
+
+struct FontMetrics::Loaded {
+    Blob blob;
+    Face face;
+    Font font;
+    double upem;
+    explicit Loaded(const FontFace& f)
+        : blob(hb_blob_create_from_file_or_fail(f.file.c_str())),
+          face(hb_face_create(blob.p ? blob.p : hb_blob_get_empty(), static_cast<unsigned>(f.index))),
+          font(hb_font_create(face.p)),
+          upem(hb_face_get_upem(face.p)) {}
+};
+
+FontMetrics::FontMetrics() = default;
+FontMetrics::~FontMetrics() = default;
+
+double FontMetrics::advanceEm(const FontFace& face, const std::u32string& chars) {
+    auto& slot = fonts_[face];
+    if (!slot) slot = std::make_unique<Loaded>(face);
+    if (!slot->blob.p || slot->upem <= 0) return 0;
+    double units = 0;
+    for (char32_t c : chars) {
+        hb_codepoint_t gid = 0;
+        // A character the font lacks shows its .notdef glyph (0).
+        hb_font_get_nominal_glyph(slot->font.p, c, &gid);
+        units += hb_font_get_glyph_h_advance(slot->font.p, gid);
+    }
+    return units / slot->upem;
+}
+
+namespace {
 
 // The subset's program: the glyphs of `codes`, hinting dropped.
 std::vector<uint8_t> subsetProgram(hb_face_t* face, const std::set<char16_t>& codes) {

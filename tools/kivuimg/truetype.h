@@ -40,12 +40,31 @@ public:
     // else the most of them; none when no TrueType face holds any.
     bool find(const std::string& families, const std::string& generic, bool bold, bool italic,
               const std::u32string& chars, FontFace& face);
+    // The installed face of exactly that family (any format), as fontconfig
+    // matches it; none when fontconfig would stand another family in.
+    bool findFamily(const std::string& family, bool bold, bool italic, FontFace& face);
 
 private:
     struct Candidates;
     const Candidates& candidates(const std::string& families, const std::string& generic, bool bold, bool italic);
 
     std::map<std::string, std::unique_ptr<Candidates>> cache_;
+};
+
+// The widths of text in font files, each file read once.
+class FontMetrics {
+public:
+    FontMetrics();
+    ~FontMetrics();
+    FontMetrics(const FontMetrics&) = delete;
+    FontMetrics& operator=(const FontMetrics&) = delete;
+
+    // The advance of the characters in ems; 0 when the file can't be read.
+    double advanceEm(const FontFace& face, const std::u32string& chars);
+
+private:
+    struct Loaded;
+    std::map<FontFace, std::unique_ptr<Loaded>> fonts_;
 };
 
 // One embedded font of a document: the codes asked of it so far, and the

@@ -140,6 +140,16 @@ TEXT = [
      svg('<text transform="translate(60 0)" x="0" y="60" font-size="20"><tspan>T</tspan></text>'), 66),
 ]
 
+# Text anchored at its end, measured with the face that shows it: (name,
+# drawing, where its ink begins on the left: the anchor less the widths of
+# the standard fonts), within 1.5 pixels.
+ANCHORED = [
+    ("text-anchor end, Times", svg('<text x="95" y="60" font-size="20" font-family="Times,serif" '
+                                   'text-anchor="end">WWWW</text>'), 95 - 4 * 0.944 * 20),
+    ("text-anchor end, Courier", svg('<text x="95" y="60" font-size="10" font-family="monospace" '
+                                     'text-anchor="end">HHHHHHHHHH</text>'), 95 - 10 * 0.6 * 10),
+]
+
 
 def content_problems(pdf):
     """Names the content streams (pages, forms, tiling patterns) use that
@@ -176,6 +186,11 @@ def ink_centre(page):
     return sum(xs) / len(xs) if xs else None
 
 
+def ink_left(page):
+    xs = [x for y in range(page.size[1]) for x in range(page.size[0]) if sum(page.getpixel((x, y))) < 300]
+    return min(xs) if xs else None
+
+
 def near(a, b, tolerance=40):
     return all(abs(x - y) <= tolerance for x, y in zip(a, b))
 
@@ -188,7 +203,7 @@ def main():
     Image.new("RGB", (4, 4), GREEN).save(folder / "pic.png")
     Image.new("RGB", (4, 4), RED).save(Path(scratch) / "outside.png")
     files = []
-    for n, (_, text, *rest) in enumerate(CASES + TEXT):
+    for n, (_, text, *rest) in enumerate(CASES + TEXT + ANCHORED):
         path = folder / ("case%02d.svg" % n)
         path.write_text(text)
         files.append(str(path))
@@ -207,6 +222,10 @@ def main():
         got = ink_centre(kt.render(pdf, len(CASES) + n + 1, 96))
         if got is None or abs(got - centre) > 8:
             failures.append("%s: ink centred at %s, not about %d" % (name, got, centre))
+    for n, (name, _, left) in enumerate(ANCHORED):
+        got = ink_left(kt.render(pdf, len(CASES) + len(TEXT) + n + 1, 96))
+        if got is None or abs(got - left) > 1.5:
+            failures.append("%s: ink begins at %s, not %.1f" % (name, got, left))
     failures += content_problems(pdf)
     # A compressed drawing reads as its expansion.
     import gzip
@@ -222,7 +241,7 @@ def main():
         failures.append("a 240 x 80 px drawing is not a 180 x 60 pt page")
     if failures:
         raise AssertionError("\n".join(failures))
-    print("%d drawings and %d texts as a browser draws them" % (len(CASES), len(TEXT)))
+    print("%d drawings and %d texts as a browser draws them" % (len(CASES), len(TEXT) + len(ANCHORED)))
 
 
 if __name__ == "__main__":

@@ -178,8 +178,15 @@ double dominantShift(const SStyle& st) {
     }
 }
 
+// The width of a run in ems: the host's measure with the answered font,
+// else an estimate.
+double runEm(TDrawingHost* host, const SRawFont& request) {
+    const SRawFont* answer = host ? host->fontAnswer(request) : nullptr;
+    return answer && answer->advance > 0 ? answer->advance : runAdvanceEm(request);
+}
+
 // Positions every run and moves each chunk by its anchor.
-void layout(const SGathered& g, std::vector<SRun>& runs) {
+void layout(const SGathered& g, std::vector<SRun>& runs, TDrawingHost* host) {
     double cx = 0, cy = 0;
     for (SRun& r : runs) {
         const SChar& c = g.chars[r.first];
@@ -191,7 +198,7 @@ void layout(const SGathered& g, std::vector<SRun>& runs) {
         r.x = cx, r.y = cy;
         size_t spaces = 0;
         for (size_t i = r.first; i < r.first + r.count; ++i) spaces += g.chars[i].utf8 == " ";
-        r.advance = runAdvanceEm(requestOf(st, r.text)) * st.fontSize + st.letterSpacing * r.count +
+        r.advance = runEm(host, requestOf(st, r.text)) * st.fontSize + st.letterSpacing * r.count +
                     st.wordSpacing * spaces;
         cx += r.advance;
     }
@@ -294,23 +301,23 @@ double runAdvanceEm(const SRawFont& request) {
 
 namespace {
 
-// The runs of a text element, laid out.
-std::vector<SRun> runsOf(const TSvgNode& node, const SState& state, SGathered& g, bool place) {
+// The runs of a text element; laid out, with the widths `place` answers,
+// unless it is null.
+std::vector<SRun> runsOf(const TSvgNode& node, const SState& state, SGathered& g, TDrawingHost* place) {
     gather(node, state, g);
     // Trailing white space goes unless preserved.
     while (!g.chars.empty() && g.chars.back().utf8 == " " && !preserves(&node)) g.chars.pop_back();
     std::vector<SRun> runs = makeRuns(g);
-    if (place && !runs.empty()) layout(g, runs);
+    if (place && !runs.empty()) layout(g, runs, place);
     return runs;
 }
 
 }  // namespace
 
 SBox textBounds(TPainter& painter, const TSvgNode& node, const SState& state) {
-    (void)painter;
     SGathered g;
     SBox box;
-    for (const SRun& r : runsOf(node, state, g, true)) {
+    for (const SRun& r : runsOf(node, state, g, &painter.host())) {
         const SStyle& st = g.states[r.style].style;
         const double base = r.y + dominantShift(st);
         TPath p = rectPath(r.x, base - 0.8 * st.fontSize, r.advance, st.fontSize, 0, 0);
@@ -321,13 +328,13 @@ SBox textBounds(TPainter& painter, const TSvgNode& node, const SState& state) {
 
 void drawText(TPainter& painter, const TSvgNode& node, const SState& state) {
     SGathered g;
-    std::vector<SRun> runs = runsOf(node, state, g, false);
+    std::vector<SRun> runs = runsOf(node, state, g, nullptr);
     if (runs.empty()) return;
     if (!painter.canvas()) {
         for (const SRun& r : runs) painter.host().requestFont(requestOf(g.states[r.style].style, r.text));
         return;
     }
-    layout(g, runs);
+    layout(g, runs, &painter.host());
     for (const SRun& r : runs) writeRun(painter, r, g.states[r.style]);
 }
 
