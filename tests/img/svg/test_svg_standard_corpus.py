@@ -8,7 +8,7 @@ resvg-test-suite/ and w3c/ under this rule, and 169 of the 204 of
 resvg-features/.)
 
 Each folder has a floor under its count of passing files, set from the
-table in docs/svg.md, so that a change which draws worse fails here.  The
+table in docs/svg-standard.md, so that a change which draws worse fails here.  The
 table of this run goes to svg_standard_report.md in the build folder.
 Skipped (77) when the corpus or MuPDF is missing, and under the sanitizers,
 where test_svg_corpus.py converts the same files.
@@ -31,7 +31,7 @@ except ImportError:
 
 SVG = Path(kt.CORPUS) / "svg"
 
-# folder, floor of passing files (measured: see docs/svg.md).
+# folder, floor of passing files (measured: see docs/svg-standard.md).
 FOLDERS = [
     ("resvg-test-suite/shapes", 113),
     ("resvg-test-suite/painting", 118),
