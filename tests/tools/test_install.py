@@ -106,7 +106,7 @@ for core in ("libimg_loadImage", "libimg_getImage", "lib_uninit", "TImageFormat"
 print("exported symbols:", len(lines))
 
 # The README's host section is the example file, whole.
-readme = open(os.path.join(k.SOURCE, "README.md")).read()
+readme = open(os.path.join(k.SOURCE, "docs", "host.md")).read()
 section = readme.split("## Using the library from a host\n", 1)[1]
 block = re.search(r"```cpp\n(.*?)```", section, re.S).group(1)
 assert block == open(example).read(), "README's host example differs from examples/host_example.cpp"

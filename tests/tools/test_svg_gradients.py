@@ -11,7 +11,10 @@ and opened with pikepdf:
     inside the domain and never going back;
   - every soft mask is a luminosity group drawing a gray shading;
   - rendered by pdftoppm, a linear, a translucent and a radial gradient show
-    the expected colours at sample points.
+    the expected colours at sample points;
+  - flat fills with opacities: each shared state is an ExtGState with the
+    opacity asked for, the Form is a transparency group, and the drawing
+    stands upright on its page.
 
 Exit code 77 (skipped) when pikepdf or pdftoppm is missing.
 """
@@ -44,6 +47,10 @@ FADE = svg('<linearGradient id="g" x2="1"><stop stop-color="#000000"/>'
            '<stop offset="1" stop-color="#000000" stop-opacity="0"/></linearGradient>')
 RADIAL = svg('<radialGradient id="g"><stop stop-color="#ffffff"/><stop offset="1" stop-color="#0000ff"/>'
              '</radialGradient>')
+OPACITY = ('<svg xmlns="http://www.w3.org/2000/svg" width="200" height="100" viewBox="0 0 200 100">\n'
+           '<rect width="100" height="50" fill="#ff0000"/>\n'
+           '<rect x="100" y="50" width="100" height="50" fill="#0000ff" fill-opacity="0.25"/>\n'
+           '<circle cx="150" cy="25" r="20" fill="#00ff00" opacity="0.5"/>\n</svg>\n')
 
 
 def forms(pdf):
@@ -135,7 +142,19 @@ def main():
     check_names(radial, stops=2)
     # White at the centre, blue at the circle (half the height from it) and beyond.
     check_colours(radial, [((0.5, 0.5), (255, 255, 255)), ((0.5, 0.02), (10, 10, 255)), ((0.02, 0.5), (0, 0, 255))])
-    print("gradients resolve, stitch and render as expected")
+    flat = convert("opacity", OPACITY, scratch)
+    check_names(flat)
+    with pikepdf.open(flat) as pdf:
+        form = next(forms(pdf))
+        assert form.Group.S == "/Transparency", form.Group
+        names = set(re.findall(rb"/(GS\d+) gs", form.read_bytes()))
+        states = [form.Resources.ExtGState["/" + n.decode()] for n in names]
+        assert states and all(s.Type == "/ExtGState" and s.BM == "/Normal" for s in states), states
+        opacities = {float(s[k]) for s in states for k in ("/ca", "/CA") if k in s}
+        assert opacities == {1.0, 0.25, 0.5}, opacities
+    # Upright: red in the top left quarter, blue a quarter strong over white bottom right.
+    check_colours(flat, [((0.25, 0.25), (255, 0, 0)), ((0.75, 0.75), (191, 191, 255))])
+    print("gradients resolve, stitch and render as expected; opacities resolve, upright")
 
 
 if __name__ == "__main__":

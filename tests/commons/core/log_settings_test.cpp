@@ -91,14 +91,15 @@ TEST(Log, SessionsAndAutoClear) {
     EXPECT_EQ(named.logPathFilename(), dir + "logs/trace.txt");
 }
 
-TEST(Settings, DefaultConfigText) {
+TEST(Settings, DefaultConfigReadsBackAsTheDefaults) {
     const std::string home = freshDir("home1");
+    fs::create_directories(home + "output");
     ASSERT_TRUE(TSettings::createDefaultConfigFile(home));
-    EXPECT_EQ(readAll(home + ".conf.json"),
-              "{\n   \"default-language\": \"\",\n   \"log\": {\n        \"out\": \"file\",\n        \"info\": true,\n"
-              "        \"warnings\": true,\n        \"start-end\": false,\n        \"auto-clear\": false,\n"
-              "        \"path\": \"$DEFAULT\"\n   },\n   \"pathout\": \"$DEFAULT\",\n"
-              "   \"scale-small-caps\": 7.5000000000000000E-001,\n   \"threads\": \"1\",\n   \"time-limit\": 10\n}\n");
+    TSettings s(home, LogOut::quiet, -1);
+    EXPECT_EQ(s.measurementTimeLimit(), 10);
+    EXPECT_EQ(s.scaleSmallCaps(), 0.75f);
+    EXPECT_EQ(s.defaultLanguage(), "");
+    EXPECT_EQ(s.logPath(), home + "logs/");
     filePutContents(home + ".conf.json", "{}", false);
     EXPECT_FALSE(TSettings::createDefaultConfigFile(home)) << "an existing file stays";
     EXPECT_EQ(readAll(home + ".conf.json"), "{}");

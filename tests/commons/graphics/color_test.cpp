@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "kivuimg/commons/core/cstr.h"
 
@@ -137,23 +139,13 @@ TEST(ColorNames, DirectConstructorsAndNone) {
 }
 
 TEST(ColorNames, TableLookup) {
-    EXPECT_EQ(getColorByName("red"), 0xFF0000);
-    EXPECT_EQ(getColorByName("green"), 0x008000);
-    EXPECT_EQ(getColorByName("lime"), 0x00FF00);
-    EXPECT_EQ(getColorByName("gray"), 0x808080);
-    EXPECT_EQ(getColorByName("darkgray"), 0xA9A9A9);
-    EXPECT_EQ(getColorByName("lightgray"), 0xD3D3D3);
-    EXPECT_EQ(getColorByName("rebeccapurple"), 0x663399);
-    EXPECT_EQ(getColorByName("tan"), 0xD2B48C);
-    EXPECT_EQ(getColorByName("black"), 0x000000);
-    EXPECT_EQ(getColorByName("lightgoldenrodyellow"), 0xFAFAD2);
-    EXPECT_EQ(getColorByName("mediumspringgreen"), 0x00FA9A);
-    EXPECT_EQ(getColorByName("grey"), -1);
-    EXPECT_EQ(getColorByName("transparent"), -1);
-    EXPECT_EQ(getColorByName("yellowgreen"), -1);
-    EXPECT_EQ(getColorByName("Red"), -1);
-    EXPECT_EQ(getColorByName(""), -1);
-    EXPECT_EQ(getColorByName("lightgoldenrodyellowx"), -1);
+    // CSS's values; "grey", "transparent" and "yellowgreen" are not in the table, and case counts.
+    for (auto [name, value] : std::vector<std::pair<const char*, int>>{
+             {"red", 0xFF0000}, {"green", 0x008000}, {"darkgray", 0xA9A9A9}, {"rebeccapurple", 0x663399},
+             {"black", 0x000000}, {"lightgoldenrodyellow", 0xFAFAD2}, {"mediumspringgreen", 0x00FA9A},
+             {"grey", -1}, {"transparent", -1}, {"yellowgreen", -1}, {"Red", -1}, {"", -1},
+             {"lightgoldenrodyellowx", -1}})
+        EXPECT_EQ(getColorByName(name), value) << name;
 }
 
 TEST(ColorCMYK, HexAndFunctionalForms) {

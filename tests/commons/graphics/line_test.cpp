@@ -2,47 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "kivuimg/commons/graphics/colorprofile.h"
-#include "kivuimg/commons/graphics/font.h"
 #include "kivuimg/commons/graphics/rect.h"
 #include "kivuimg/commons/graphics/textdecoration.h"
 
 namespace kivu {
 namespace {
-
-TEST(LineEnumerations, SpellingsAndPDFCodes) {
-    EXPECT_EQ(lineStyle2Str(lsInsert), "insert");
-    EXPECT_EQ(str2LineStyle("DOTTED"), lsDotted);
-    EXPECT_EQ(str2LineStyle("wavy"), lsNone);
-    EXPECT_EQ(str2LineCapStyle("Square"), lcSquare);
-    EXPECT_EQ(lineCapStyle2Str(lcRound), "round");
-    EXPECT_EQ(str2LineJoinStyle("bevel"), ljBevel);
-    EXPECT_EQ(lineJoinStyle2Str(ljMiter), "miter");
-    EXPECT_EQ(lineCapStyle2PDF(lcButt), "0 J");
-    EXPECT_EQ(lineCapStyle2PDF(lcSquare), "2 J");
-    EXPECT_EQ(lineJoinStyle2PDF(ljMiter), " 0 j");
-    EXPECT_EQ(lineJoinStyle2PDF(ljRound), "1 j");
-    EXPECT_EQ(lineJoinStyle2PDF(ljBevel), "2 j");
-    EXPECT_EQ(str2CornerType("ARC"), ctArc);
-    EXPECT_EQ(cornerType2Str(ctSharp), "sharp");
-}
-
-TEST(Line, Presets) {
-    const SLine n = SLine::none();
-    EXPECT_FALSE(n.enabled());
-    EXPECT_EQ(n.width.text, "none");
-    EXPECT_EQ(n.cap, lcSquare);
-    EXPECT_EQ(n.color.cs(), csNone);
-    const SLine d = SLine::def();
-    EXPECT_TRUE(d.enabled());
-    EXPECT_EQ(d.width.pt(), 0.5f);
-    EXPECT_EQ(d.color.toPDF(), "0.000 0.000 0.000 rg");
-    EXPECT_EQ(d.cap, lcButt);
-    const SLine a = SLine::autom();
-    EXPECT_EQ(a.width.text, "auto");
-    EXPECT_EQ(a.style, lsSolid);
-    EXPECT_EQ(a.color.cs(), csNone);
-}
 
 TEST(Line, ByStyleWordsAndDefaults) {
     const SLine l = SLine::byStyle("1pt dotted red");
@@ -126,24 +90,6 @@ TEST(TextDecoration, EnabledFromUnderlineWithALine) {
     EXPECT_TRUE(t.enabled());
     t.line = SLine::none();
     EXPECT_FALSE(t.enabled());
-}
-
-TEST(FontAndProfile, AccessorsAndEquality) {
-    SFont f = SFont::create(3, 11.5f);
-    EXPECT_EQ(f.fontKey(), 3);
-    EXPECT_EQ(f.size(), 11.5f);
-    f.size(9.0f);
-    f.fontKey(4);
-    EXPECT_EQ(f, SFont::create(4, 9.0f));
-
-    SColorProfile a{"sRGB", nullptr}, b{"sRGB", nullptr};
-    EXPECT_EQ(a, b);
-    b.data = std::make_shared<const std::string>("icc");
-    EXPECT_FALSE(a == b);
-    a.data = std::make_shared<const std::string>("icc");
-    EXPECT_EQ(a, b);
-    a.name = "other";
-    EXPECT_FALSE(a == b);
 }
 
 }  // namespace

@@ -40,18 +40,6 @@ TEST(NumericHelpers, MinsAndMaxsStartAtTheFloatLimits) {
     EXPECT_EQ(aMax(std::vector<float>{}), kMinNormal);
 }
 
-TEST(Point, EmptinessAndLimits) {
-    EXPECT_TRUE(SPoint().isEmpty());
-    EXPECT_FALSE(SPoint(NAN, 1.0f).isEmpty());
-    EXPECT_FALSE(SPoint(0.0f, 0.0f).isEmpty());
-    EXPECT_EQ(SPoint::max().x, kMax);
-    EXPECT_EQ(SPoint::max().y, kMax);
-    EXPECT_EQ(SPoint::min().x, kMinNormal);
-    EXPECT_EQ(SPoint::min().y, kMinNormal);
-    const SCurve c;
-    EXPECT_TRUE(c.control1.isEmpty() && c.control2.isEmpty() && c.end.isEmpty());
-}
-
 TEST(Point, LineIntersections) {
     const SPoint p = SPoint::findLinesIntersection(0, 0, 2, 2, 0, 2, 2, 0);
     EXPECT_EQ(p.x, 1.0f);

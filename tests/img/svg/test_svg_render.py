@@ -11,7 +11,7 @@ the reference PNG's size, and both pictures, laid on white, are compared:
 
 A table per folder (files, converted, median similarity, share above 0.95)
 is printed and written to svg_render_report.md in the build folder.  Each
-folder has a floor under its median, measured when the table in the README
+folder has a floor under its median, measured when the table in docs/svg.md
 was made, so that a change which draws worse fails here.
 
 Runs on the normal build only: under the sanitizers the corpus test
@@ -48,7 +48,7 @@ GROUPS = [
     ("W3C shapes", W3C, r"shapes-.*", 0.80),
     ("W3C struct", W3C, r"struct-.*", 0.60),
     # W3C pages carry a text frame: drawn since text is, by rules that make it
-    # larger than the reference (see the README), so this median went down.
+    # larger than the reference (see docs/svg.md), so this median went down.
     ("W3C painting", W3C, r"painting-.*", 0.58),
     ("W3C coords", W3C, r"coords-.*", 0.50),
     ("resvg text", RESVG / "text", r".*", 0.38),
