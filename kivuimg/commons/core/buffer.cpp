@@ -1,6 +1,5 @@
 #include "kivuimg/commons/core/buffer.h"
 
-#include <curl/curl.h>
 #include <zlib.h>
 
 #include <cstdio>
@@ -10,6 +9,7 @@
 #include <unistd.h>
 
 #include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/core/curlapi.h"
 #include "kivuimg/commons/core/log.h"
 #include "kivuimg/commons/core/reader.h"
 
@@ -157,33 +157,31 @@ const char* reasonPhrase(long status) {
 
 std::unique_ptr<TBuffer> TBuffer::loadFromURL(const std::string& url) {
     g_logInfo(g_log, "Fetch data from: '%s'", url.c_str());
-    static std::once_flag curlInit;
-    std::call_once(curlInit, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-
-    std::unique_ptr<CURL, void (*)(CURL*)> curl(curl_easy_init(), curl_easy_cleanup);
+    const SCurlApi& api = curlApi();
+    std::unique_ptr<CURL, void (*)(CURL*)> curl(api.easy_init(), api.easy_cleanup);
     if (!curl) throw KivuException("HTTP client could not be started");
     Reply reply;
     char error[CURL_ERROR_SIZE] = {0};
-    curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
-    curl_easy_setopt(curl.get(), CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(curl.get(), CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(curl.get(), CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(curl.get(), CURLOPT_MAXREDIRS, 5L);
-    curl_easy_setopt(curl.get(), CURLOPT_CONNECTTIMEOUT, 10L);
-    curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 60L);
-    curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl.get(), CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kMaxReply));
-    curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, onData);
-    curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply);
-    curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, error);
-    curl_easy_setopt(curl.get(), CURLOPT_USERAGENT, "libkivuimg");
-    const CURLcode rc = curl_easy_perform(curl.get());
+    api.easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
+    api.easy_setopt(curl.get(), CURLOPT_PROTOCOLS_STR, "http,https");
+    api.easy_setopt(curl.get(), CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    api.easy_setopt(curl.get(), CURLOPT_FOLLOWLOCATION, 1L);
+    api.easy_setopt(curl.get(), CURLOPT_MAXREDIRS, 5L);
+    api.easy_setopt(curl.get(), CURLOPT_CONNECTTIMEOUT, 10L);
+    api.easy_setopt(curl.get(), CURLOPT_TIMEOUT, 60L);
+    api.easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
+    api.easy_setopt(curl.get(), CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kMaxReply));
+    api.easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, onData);
+    api.easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply);
+    api.easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, error);
+    api.easy_setopt(curl.get(), CURLOPT_USERAGENT, "libkivuimg");
+    const CURLcode rc = api.easy_perform(curl.get());
     long status = 0;
-    curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
+    api.easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
     if (reply.tooLarge || rc == CURLE_FILESIZE_EXCEEDED)
         throwf("HTTP reply from '%s' exceeds %llu bytes", url.c_str(), static_cast<unsigned long long>(kMaxReply));
     if (rc != CURLE_OK)
-        throwf("HTTP request failed: %s", error[0] ? error : curl_easy_strerror(rc));
+        throwf("HTTP request failed: %s", error[0] ? error : api.easy_strerror(rc));
     if (status >= 400) throwf("HTTP request returned status code %ld (%s)", status, reasonPhrase(status));
     if (reply.body->size() == 0) return nullptr;
     return std::move(reply.body);
