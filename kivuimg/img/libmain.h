@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "kivuimg/commons/core/buffer.h"
@@ -46,6 +47,10 @@ KIVU_API void registerImage(const std::string& name, std::unique_ptr<TImageForma
 // ("exception-image.jpg" when reading failed).  Null, with `name` empty,
 // only when no class was made.  Raises nothing.
 KIVU_API std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuffer> source);
+// The format of image bytes told by their first ones: "jpg", "png", "gif",
+// "bmp", "wmf", "svg" (an SVG root or an XML declaration in the first
+// kilobyte), or "".
+KIVU_API std::string sniffImageFormat(std::span<const uint8_t> bytes);
 // Loads (or finds) an image by name; C++ form of libimg_loadImage.
 KIVU_API std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
 

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -25,7 +26,7 @@
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/rawfont.h"
 
-namespace kivutool {
+namespace kivu::pdf {
 
 class EmbeddedFont;
 class FontFinder;
@@ -36,13 +37,16 @@ std::string standardFontName(const std::string& family, const std::string& weigh
 
 class FontBook {
 public:
-    explicit FontBook(kivu::TObjects& objects);
+    // Warnings (a text no installed font holds, a font that can't be
+    // embedded) go to `warn`.
+    using Warn = std::function<void(const std::string&)>;
+    FontBook(TObjects& objects, Warn warn);
     ~FontBook();
     FontBook(const FontBook&) = delete;
     FontBook& operator=(const FontBook&) = delete;
 
     // The request with its font number and string form filled in.
-    kivu::SRawFont answer(const kivu::SRawFont& request);
+    SRawFont answer(const SRawFont& request);
     // The object of resource "/F<id>"; id 0 (a run the host's answer didn't
     // reach) is the document's default font.  0 for an unknown id.
     uint64_t objectNumber(int fontId);
@@ -53,9 +57,10 @@ public:
 
 private:
     int standardFont(const std::string& baseFont);
-    int embeddedFont(const kivu::SRawFont& request);
+    int embeddedFont(const SRawFont& request);
 
-    kivu::TObjects& objects_;
+    TObjects& objects_;
+    Warn warn_;
     std::unique_ptr<FontFinder> finder_;
     // Resource "/F<k>" is entry k - 1; each holds an object number.
     std::vector<uint64_t> resources_;
@@ -66,4 +71,4 @@ private:
     bool warned_ = false;
 };
 
-}  // namespace kivutool
+}  // namespace kivu::pdf
