@@ -270,9 +270,9 @@ char* libimg_makeColorSpaceModification() { return exportName(""); }
 bool libimg_init(const char* home, unsigned int logOut) {
     xmlInitParser();
     try {
+        // No home: the built-in configuration, and nothing written.
         std::string path = home ? home : "";
         if (!path.empty()) path = std::filesystem::absolute(path).string();
-        if (path.empty()) throw KivuException("Package home path is missing, when initializing Image lib");
         settingsOwner() = std::make_unique<TSettings>(path, static_cast<LogOut>(logOut), -1);
         g_settings = settingsOwner().get();
         g_log = g_settings->log();

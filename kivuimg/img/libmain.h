@@ -66,7 +66,9 @@ KIVU_API kivu::TImageFormat* libimg_getImage(const char* name);
 // A new copy of a registered image that the caller owns (delete it), or null.
 KIVU_API kivu::TImageFormat* libimg_copyImage(const char* name);
 KIVU_API char* libimg_makeColorSpaceModification();
-// Starts the library with a package home and a log output (1 file, 2 stdout, 3 quiet).
+// Starts the library with a package home and a log output (1 file, 2 stdout,
+// 3 quiet).  A null or empty home starts it with the built-in configuration
+// and writes nothing to disk; so does a home without ".conf.json".
 KIVU_API bool libimg_init(const char* home, unsigned int logOut);
 // Destroys all registered images; the settings and the log stay.
 KIVU_API void libimg_resetResources();
