@@ -1,6 +1,7 @@
 #include "kivuimg/img/pdfdocument.h"
 
 #include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/core/settings.h"
 #include "kivuimg/img/jpg.h"
 #include "kivuimg/img/libmain.h"
 #include "kivuimg/img/pdf/writer.h"
@@ -17,11 +18,13 @@ bool isFallback(const std::string& name) {
 
 TPdfDocument::TPdfDocument(SDocumentOptions options) {
     if (!(options.dpi > 0)) throwf("a document needs a positive dpi");
+    if (!g_settings && !libimg_init(nullptr, 3)) throwf("the library could not start");
     writer_ = std::make_unique<pdf::TPdfWriter>(std::move(options));
 }
 
 TPdfDocument::~TPdfDocument() = default;
 
+void TPdfDocument::info(const SDocumentInfo& info) { writer_->info(info); }
 void TPdfDocument::open(const std::string& path) { writer_->open(path); }
 void TPdfDocument::open(TObjectSink& sink) { writer_->open(sink); }
 void TPdfDocument::addPage(double width, double height) { writer_->addPage(width, height); }

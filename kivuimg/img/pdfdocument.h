@@ -65,6 +65,9 @@ public:
     TPdfDocument(const TPdfDocument&) = delete;
     TPdfDocument& operator=(const TPdfDocument&) = delete;
 
+    // The Info dictionary, as it will be written at close().
+    void info(const SDocumentInfo& info);
+
     // Opens the document on a file (written under a temporary name until
     // close) or on a sink that takes the bytes as they come.
     void open(const std::string& path);

@@ -41,6 +41,7 @@ public:
     explicit TPdfWriter(SDocumentOptions options);
     ~TPdfWriter();
 
+    void info(const SDocumentInfo& info) { options_.info = info; }
     void open(const std::string& path);
     void open(TObjectSink& sink);
     void addPage(double width, double height);
