@@ -65,7 +65,13 @@ TSettings::TSettings(const std::string& path, LogOut out, int) {
     const std::string confFile = home_ + ".conf.json";
     json conf;
     try {
-        conf = !home_.empty() && fileExists(confFile) ? loadJSONData(confFile) : json::parse(defaultConfigText());
+        if (!home_.empty() && fileExists(confFile)) {
+            conf = loadJSONData(confFile);
+        } else {
+            // The built-in configuration draws as browsers do, as the tool does.
+            conf = json::parse(defaultConfigText());
+            conf["rules"] = "standard";
+        }
     } catch (const std::exception& e) {
         g_error("%s", e.what());
     }

@@ -140,7 +140,7 @@ TEST(Settings, MissingConfigTakesTheBuiltInOneAndWritesNothing) {
     fs::current_path(home);
     for (const std::string& path : {std::string(), home}) {
         TSettings t(path, path.empty() ? LogOut::file : LogOut::quiet, -1);
-        EXPECT_EQ(t.rules(), rulesEngine);
+        EXPECT_EQ(t.rules(), rulesStandard);
     }
     fs::current_path(before);
     EXPECT_TRUE(fs::is_empty(home));
