@@ -404,9 +404,24 @@ extern "C" void onSignal(int sig) {
     std::raise(sig);
 }
 
-void watchSignals(const TPdfDocument& doc) {
-    std::snprintf(g_partial, sizeof g_partial, "%s", doc.partialPath());
-    for (int sig : {SIGINT, SIGTERM, SIGHUP}) std::signal(sig, onSignal);
+// Opens the document on its file with the handler in place: the signals
+// wait while the file is made and its name is noted.
+void openWatched(TPdfDocument& doc, const std::string& path) {
+    sigset_t signals, before;
+    sigemptyset(&signals);
+    for (int sig : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&signals, sig);
+        std::signal(sig, onSignal);
+    }
+    sigprocmask(SIG_BLOCK, &signals, &before);
+    try {
+        doc.open(path);
+        std::snprintf(g_partial, sizeof g_partial, "%s", doc.partialPath());
+    } catch (...) {
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        throw;
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 SDocumentOptions documentOptions(const Options& o) {
@@ -428,8 +443,7 @@ bool openDocument(TPdfDocument& doc, const Options& o, HeldOutput& held) {
         const fs::path parent = fs::path(o.output).parent_path();
         std::error_code ec;
         if (!parent.empty()) fs::create_directories(parent, ec);
-        doc.open(o.output);
-        watchSignals(doc);
+        openWatched(doc, o.output);
         return true;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "kivuimg: can't write '%s'\n", o.output.c_str());
