@@ -44,14 +44,18 @@ fuzz: setup
 fuzz-run: fuzz
 	@bash scripts/fuzz_run.sh
 
-# Installs the normal build under $(DESTDIR)$(PREFIX); build/install_manifest.txt
-# lists every file written, and uninstall (with the same DESTDIR) removes
-# exactly those.
-install: build
-	@DESTDIR="$(DESTDIR)" cmake --install build --prefix "$(PREFIX)"
+# Installs a Release build, stripped, under $(DESTDIR)$(PREFIX): the
+# library and the tool only, no tests and no benchmarks are built.
+# build-release/install_manifest.txt lists every file written, and uninstall
+# (with the same DESTDIR) removes exactly those.
+install:
+	@bash scripts/setup.sh build
+	@cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DKIVU_TESTS=OFF -DKIVU_BENCH=OFF $(CMAKE_FLAGS) > /dev/null
+	@cmake --build build-release -j$(JOBS) --target kivuimg_lib kivuimg_tool
+	@DESTDIR="$(DESTDIR)" cmake --install build-release --prefix "$(PREFIX)" --strip
 
 uninstall:
-	@DESTDIR="$(DESTDIR)" bash scripts/uninstall.sh build/install_manifest.txt
+	@DESTDIR="$(DESTDIR)" bash scripts/uninstall.sh build-release/install_manifest.txt
 
 clean:
-	rm -rf build build-asan build-fuzz out
+	rm -rf build build-asan build-release build-fuzz out

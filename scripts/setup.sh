@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build, the tests and the demo need.
-# Runs `apt-get update` once, and only when something is missing.
+# Installs the Debian packages that building needs (`setup.sh build`: the
+# library and the tool) or, by default, those of the tests, the benchmark,
+# the fuzzers and the demo too.  Runs `apt-get update` once, and only when
+# something is missing.
 set -euo pipefail
 
 PKGS=(
   build-essential cmake pkg-config
   libxml2-dev libjpeg62-turbo-dev zlib1g-dev libdeflate-dev libcurl4-openssl-dev
-  libpcre2-dev nlohmann-json3-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
-  qpdf poppler-utils python3-pil python3-pikepdf python3-numpy mupdf-tools
-  clang libclang-rt-dev
-  libwmf-bin librsvg2-bin fonts-urw-base35
-  libharfbuzz-dev libfontconfig-dev fonts-dejavu-core
+  libpcre2-dev nlohmann-json3-dev libharfbuzz-dev libfontconfig-dev
 )
+if [ "${1:-test}" != build ]; then
+  PKGS+=(
+    libgtest-dev libgmock-dev libbenchmark-dev
+    qpdf poppler-utils python3-pil python3-pikepdf python3-numpy mupdf-tools
+    clang libclang-rt-dev
+    libwmf-bin librsvg2-bin fonts-urw-base35 fonts-dejavu-core
+  )
+fi
 
 missing=()
 for p in "${PKGS[@]}"; do

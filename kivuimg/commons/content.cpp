@@ -15,6 +15,18 @@ void appendFixed(TMemory& out, double v, int decimals) {
 
 void appendFixed3(TMemory& out, double v) { appendFixed(out, v, 3); }
 
+std::string pdfNumber(double v, int decimals) {
+    if (!std::isfinite(v)) v = 0.0;
+    char text[352];
+    const auto res = std::to_chars(text, text + sizeof text, v, std::chars_format::fixed, decimals);
+    std::string s(text, static_cast<size_t>(res.ptr - text));
+    if (s.find('.') != std::string::npos) {
+        while (s.back() == '0') s.pop_back();
+        if (s.back() == '.') s.pop_back();
+    }
+    return s == "-0" ? "0" : s;
+}
+
 TContent& TContent::num(double v, int decimals) {
     appendFixed(out_, v, decimals);
     out_.addByte(' ');

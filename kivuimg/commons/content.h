@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "kivuimg/commons/core/memory.h"
@@ -73,5 +74,9 @@ private:
 void appendFixed3(TMemory& out, double v);
 // The same with `decimals` digits behind the point.
 void appendFixed(TMemory& out, double v, int decimals);
+// A number for dictionaries and hand-made operators: `decimals` digits
+// behind the point with trailing zeros (and a bare point) dropped, never
+// "-0"; 0 for a value that is not finite.
+std::string pdfNumber(double v, int decimals = 3);
 
 }  // namespace kivu

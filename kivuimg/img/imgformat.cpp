@@ -29,6 +29,11 @@ TImageFormat::~TImageFormat() = default;
 
 std::vector<SGradient> TImageFormat::getGradiens() { return {}; }
 
+bool TImageFormat::unitMatrix(std::array<double, 6>& m) {
+    m = {1, 0, 0, 1, 0, 0};
+    return true;
+}
+
 std::unique_ptr<TBuffer> TImageFormat::copyBuffer() const {
     return TBuffer::create(buffer_ ? buffer_->pointChunk(0, 0) : std::span<const uint8_t>());
 }

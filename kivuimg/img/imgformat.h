@@ -3,6 +3,7 @@
 // with images only through this contract.
 #pragma once
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -95,6 +96,11 @@ public:
     virtual int positionX() { return 0; }
     virtual int positionY() { return 0; }
     virtual bool isFormObject() { return false; }
+    // The matrix (a b c d e f) that draws the image's content into the unit
+    // square, upright, as PDF draws an image: the identity for an image; for
+    // a form, the map of its drawing's box onto that square.  False when a
+    // form covers no area.
+    virtual bool unitMatrix(std::array<double, 6>& m);
     // A new image over a copy of the bytes, specs read; null by default.
     virtual std::unique_ptr<TImageFormat> getCopy() { return nullptr; }
     virtual float minPDFVer() { return minVersion_; }

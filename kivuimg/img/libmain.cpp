@@ -3,6 +3,8 @@
 #include <libxml/parser.h>
 #include <malloc.h>
 
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <vector>
 
@@ -228,6 +230,22 @@ std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuff
     }
 }
 
+std::string sniffImageFormat(std::span<const uint8_t> b) {
+    auto starts = [&](std::string_view magic) {
+        return b.size() >= magic.size() && std::memcmp(b.data(), magic.data(), magic.size()) == 0;
+    };
+    if (starts("\xFF\xD8\xFF")) return "jpg";
+    if (starts("\x89PNG")) return "png";
+    if (starts("GIF8")) return "gif";
+    if (starts("BM")) return "bmp";
+    if (starts("\xD7\xCD\xC6\x9A") || starts(std::string_view("\x01\x00\x09\x00", 4)) ||
+        starts(std::string_view("\x02\x00\x09\x00", 4)))
+        return "wmf";
+    const std::string_view head(reinterpret_cast<const char*>(b.data()), std::min<size_t>(b.size(), 1024));
+    if (head.find("<svg") != std::string_view::npos || head.find("<?xml") != std::string_view::npos) return "svg";
+    return "";
+}
+
 std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source) {
     std::string key = name;
     if (g_imageList.count(key)) return key;
@@ -286,9 +304,9 @@ char* libimg_makeColorSpaceModification() { return exportName(""); }
 bool libimg_init(const char* home, unsigned int logOut) {
     xmlInitParser();
     try {
+        // No home: the built-in configuration, and nothing written.
         std::string path = home ? home : "";
         if (!path.empty()) path = std::filesystem::absolute(path).string();
-        if (path.empty()) throw KivuException("Package home path is missing, when initializing Image lib");
         settingsOwner() = std::make_unique<TSettings>(path, static_cast<LogOut>(logOut), -1);
         g_settings = settingsOwner().get();
         g_log = g_settings->log();

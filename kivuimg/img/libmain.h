@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "kivuimg/commons/core/buffer.h"
@@ -46,6 +47,10 @@ KIVU_API void registerImage(const std::string& name, std::unique_ptr<TImageForma
 // ("exception-image.jpg" when reading failed).  Null, with `name` empty,
 // only when no class was made.  Raises nothing.
 KIVU_API std::unique_ptr<TImageFormat> readImage(std::string& name, std::unique_ptr<TBuffer> source);
+// The format of image bytes told by their first ones: "jpg", "png", "gif",
+// "bmp", "wmf", "svg" (an SVG root or an XML declaration in the first
+// kilobyte), or "".
+KIVU_API std::string sniffImageFormat(std::span<const uint8_t> bytes);
 // Loads (or finds) an image by name; C++ form of libimg_loadImage.
 KIVU_API std::string loadImage(const std::string& name, std::unique_ptr<TBuffer> source);
 // Why the last load of `name` (as the host named it) gave a fallback
@@ -67,7 +72,9 @@ KIVU_API const char* libimg_getFailure(const char* name);
 // A new copy of a registered image that the caller owns (delete it), or null.
 KIVU_API kivu::TImageFormat* libimg_copyImage(const char* name);
 KIVU_API char* libimg_makeColorSpaceModification();
-// Starts the library with a package home and a log output (1 file, 2 stdout, 3 quiet).
+// Starts the library with a package home and a log output (1 file, 2 stdout,
+// 3 quiet).  A null or empty home starts it with the built-in configuration
+// and writes nothing to disk; so does a home without ".conf.json".
 KIVU_API bool libimg_init(const char* home, unsigned int logOut);
 // Destroys all registered images; the settings and the log stay.
 KIVU_API void libimg_resetResources();

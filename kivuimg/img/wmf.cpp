@@ -331,4 +331,11 @@ void TImageWMF::addObjectMask(TObjects* objects) {
 
 std::unique_ptr<TImageFormat> TImageWMF::getCopy() { return copyAs<TImageWMF>(); }
 
+bool TImageWMF::unitMatrix(std::array<double, 6>& m) {
+    const double ox = originX_, oy = originY_, ex = extentX_, ey = extentY_;
+    if (ex == 0 || ey == 0) return false;
+    m = {1 / ex, 0, 0, -1 / ey, -ox / ex, 1 + oy / ey};
+    return true;
+}
+
 }  // namespace kivu

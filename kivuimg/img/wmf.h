@@ -79,6 +79,8 @@ public:
     std::string ext() const override { return "WMF"; }
     bool hasMask() override { return true; }
     bool isFormObject() override { return true; }
+    // The window onto the unit square, y turned over: metafile axes run down.
+    bool unitMatrix(std::array<double, 6>& m) override;
     // First walk: the window origin and extent seen before drawing begins,
     // and from the extent the size in pixels.  Never fails.
     void readSpecs() override;

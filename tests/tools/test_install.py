@@ -1,10 +1,15 @@
 #!/usr/bin/python3
 """The library as a package: an install into a scratch prefix has the
-versioned shared object, the public headers, kivuimg.pc, the CMake package,
-the tool and its man page; libkivuimg.so exports only what the installed
-headers mark KIVU_API; the example host (the README's own text) builds
-through pkg-config and through find_package(KivuImg) and its PDFs pass
-qpdf --check; uninstalling by the manifest leaves no file behind."""
+versioned shared object (stripped), the public headers, each compiling on
+its own, kivuimg.pc without private include paths, the CMake package, the
+tool and its man page; libkivuimg.so exports only what the installed
+headers mark KIVU_API; the example hosts build through pkg-config and
+through find_package(KivuImg), with no home folder: the store-level host's
+PDFs pass qpdf --check, and every page the C++ and C document hosts write
+passes qpdf --check, resolves every name its content streams use (pikepdf),
+gives back its Latin and non-Latin text (pdftotext) and shows the gradient
+and the picture in their colours (pdftoppm); uninstalling by the manifest
+leaves no file behind."""
 import os
 import re
 import shutil
@@ -13,8 +18,13 @@ import sys
 
 sys.path.insert(0, os.path.dirname(__file__))
 import kivutest as k
+import document_hosts
 
-k.need("cmake", "pkg-config", "nm", "c++filt", "readelf", "g++", "qpdf")
+k.need("cmake", "pkg-config", "nm", "c++filt", "readelf", "g++", "gcc", "qpdf", "pdftotext", "pdftoppm")
+try:
+    import pikepdf
+except ImportError:
+    k.skip("pikepdf is not installed")
 tmp = k.tmpdir("kivu_install_")
 stage = os.path.join(tmp, "stage")
 example = os.path.join(k.SOURCE, "examples", "host_example.cpp")
@@ -39,7 +49,7 @@ def install():
     saved = open(manifest, "rb").read() if os.path.exists(manifest) else None
     env = {key: v for key, v in os.environ.items() if key != "DESTDIR"}
     try:
-        sh(["cmake", "--install", k.BINARY, "--prefix", stage], env=env)
+        sh(["cmake", "--install", k.BINARY, "--prefix", stage, "--strip"], env=env)
         ours = open(manifest).read()
     finally:
         if saved is None:
@@ -58,7 +68,10 @@ libdir = os.path.join(stage, os.path.dirname(so[0]))
 for name, target in (("libkivuimg.so", "libkivuimg.so.1"), ("libkivuimg.so.1", os.path.basename(so[0]))):
     assert os.readlink(os.path.join(libdir, name)) == target, name
 assert "Library soname: [libkivuimg.so.1]" in sh(["readelf", "-d", os.path.join(libdir, "libkivuimg.so")])
+for binary in (os.path.join(libdir, "libkivuimg.so"), os.path.join(stage, "bin", "kivuimg")):
+    assert ".debug_info" not in sh(["readelf", "-S", "-W", binary]), binary + " keeps its debug information"
 for want in ("bin/kivuimg", "share/man/man1/kivuimg.1", "include/kivuimg/img/libmain.h",
+             "include/kivuimg/kivuimg.h", "include/kivuimg/img/pdfdocument.h",
              "include/kivuimg/commons/objects.h", "include/kivuimg/commons/graphics/gradient.h",
              "include/kivuimg/commons/core/export.h"):
     assert want in rel, (want, rel)
@@ -79,10 +92,17 @@ for h in headers:
     api.update(re.findall(r"(?:class|struct) KIVU_API (\w+)", text))
     api.update(re.findall(r"KIVU_API [^;(\n]*?(\w+)\(", text))
     api.update(re.findall(r"extern KIVU_API [^;\n]*?(\w+);", text))
-for internal in ("img/svg/element.h", "commons/content.h", "commons/core/cstr.h", "commons/core/regex.h"):
+for internal in ("img/svg/element.h", "commons/content.h", "commons/core/cstr.h", "commons/core/regex.h",
+                 "img/pdf/writer.h", "img/pdf/fonts.h"):
     assert "include/kivuimg/" + internal not in rel, internal
-for internal in ("TImagePNG", "TImageSVG", "TImageWMF", "TSvgElement", "TContent", "KivuException", "regSplit"):
+for internal in ("TImagePNG", "TImageSVG", "TImageWMF", "TSvgElement", "TContent", "KivuException", "regSplit",
+                 "TPdfWriter", "FontBook"):
     assert internal not in api, internal
+
+# Every installed header compiles on its own (the C header as C too).
+for h in headers:
+    sh(["g++", "-std=c++20", "-fsyntax-only", "-I" + include, "-x", "c++", os.path.join(stage, h)])
+sh(["gcc", "-std=c99", "-fsyntax-only", "-I" + include, "-x", "c", os.path.join(include, "kivuimg", "kivuimg.h")])
 
 # Exported symbols: C entry functions and kivu:: names marked KIVU_API.
 lines = sh(["nm", "-D", "--defined-only", os.path.join(libdir, "libkivuimg.so")]).splitlines()
@@ -101,7 +121,8 @@ for line, sym in zip(lines, demangled):
         bad.append(sym)
 assert not bad, "exported but not public:\n" + "\n".join(bad[:40])
 for core in ("libimg_loadImage", "libimg_getImage", "lib_uninit", "TImageFormat", "TObjects", "TBuffer",
-             "TIndirectObject", "SGradient", "SColor", "SUnit", "TSettings", "colorSpace2Str"):
+             "TIndirectObject", "SGradient", "SColor", "SUnit", "TSettings", "colorSpace2Str", "TPdfDocument",
+             "kivu_doc_open", "kivu_doc_place_image_bytes", "kivu_last_error"):
     assert core in seen, core
 print("exported symbols:", len(lines))
 
@@ -110,6 +131,12 @@ readme = open(os.path.join(k.SOURCE, "docs", "host.md")).read()
 section = readme.split("## Using the library from a host\n", 1)[1]
 block = re.search(r"```cpp\n(.*?)```", section, re.S).group(1)
 assert block == open(example).read(), "README's host example differs from examples/host_example.cpp"
+# A C++ program the README shows is an example file, whole.
+readme = open(os.path.join(k.SOURCE, "README.md")).read()
+examples = [open(os.path.join(k.SOURCE, "examples", f)).read() for f in ("host_example.cpp", "document.cpp")]
+for block in re.findall(r"```cpp\n(.*?)```", readme, re.S):
+    if "int main(" in block:
+        assert block in examples, "README's host example differs from the files in examples/"
 
 SAMPLES = ["gradient-rgb.jpg", "fade-rgba.png", "palette.gif", "palette-8.bmp"]
 
@@ -121,13 +148,21 @@ def convert_all(program, env, label):
         k.qpdf_check(out)
 
 
-# The host through pkg-config, found from the staged prefix.
+# The hosts through pkg-config, found from the staged prefix.
 env = dict(os.environ, PKG_CONFIG_PATH=os.path.join(libdir, "pkgconfig"))
 flags = sh(["pkg-config", "--cflags", "--libs", "kivuimg"], env=env).split()
 assert "-lkivuimg" in flags, flags
+assert [f for f in flags if f.startswith("-I")] == ["-I" + include] or \
+    [os.path.realpath(f[2:]) for f in flags if f.startswith("-I")] == [os.path.realpath(include)], flags
 host = os.path.join(tmp, "host_pkgconfig")
 sh(["g++", "-std=c++20", example, "-o", host] + san_flags + flags, env=env)
 convert_all(host, dict(os.environ, LD_LIBRARY_PATH=libdir), "pkgconfig")
+hosts = {}
+for name, src, compiler in (("document", "document.cpp", ["g++", "-std=c++20"]),
+                            ("document_c", "document.c", ["gcc", "-std=c99"])):
+    hosts["pkgconfig-" + name] = os.path.join(tmp, name + "_pkgconfig")
+    sh(compiler + [os.path.join(k.SOURCE, "examples", src), "-o", hosts["pkgconfig-" + name]] + san_flags + flags,
+       env=env)
 
 # The host through find_package(KivuImg): the imported target brings the
 # include folder and the library (with its run path).
@@ -136,6 +171,10 @@ sh(["cmake", "-S", os.path.dirname(example), "-B", build, "-DCMAKE_PREFIX_PATH="
     "-DCMAKE_CXX_FLAGS=" + " ".join(san_flags), "-DCMAKE_EXE_LINKER_FLAGS=" + " ".join(san_flags)])
 sh(["cmake", "--build", build])
 convert_all(os.path.join(build, "host_example"), None, "cmake")
+for name in ("document", "document_c"):
+    hosts["cmake-" + name] = os.path.join(build, name)
+
+document_hosts.check(hosts, dict(os.environ, LD_LIBRARY_PATH=libdir), tmp)
 
 # Uninstalling by the stage's manifest removes every file the install wrote.
 manifest = os.path.join(tmp, "manifest.txt")

@@ -2,7 +2,8 @@
 """The kivuimg tool's options, through the real tool: page sizes, fits,
 borders and landscape read back from the PDF; standard input and output;
 EXIF orientations 1-8 rendered upright; the Info dictionary; exit codes and
-no partial file after a failure."""
+no partial file after a failure, nor on standard output, nor after SIGINT,
+SIGTERM or SIGHUP."""
 import os
 import subprocess
 import sys
@@ -118,6 +119,21 @@ for args, code in [(["convert", jpg, "--fit", "into", "-o", out], 2), (["convert
     assert r.returncode == code, (args, r.returncode, r.stderr)
     leftovers = [n for n in os.listdir(tmp) if n.startswith("failed.pdf") or ".part" in n]
     assert not leftovers, (args, leftovers)
+# Standard output gets nothing of a document that fails.
+r = k.run(["convert", jpg, "missing.png", "--strict", "-o", "-"], check=False)
+assert r.returncode == 1 and r.stdout == b"", (r.returncode, len(r.stdout))
+
+# A signal stops the conversion and takes the half-written file with it.
+for signal in ("INT", "TERM", "HUP"):
+    out = os.path.join(tmp, "signalled", "out.pdf")
+    p = subprocess.Popen([k.TOOL, "convert", "-q"] + [jpg] * 20000 + ["-o", out], env=env, stderr=subprocess.PIPE)
+    while not (os.path.isdir(os.path.dirname(out)) and os.listdir(os.path.dirname(out))):
+        assert p.poll() is None, p.stderr.read()
+    subprocess.run(["kill", "-" + signal, str(p.pid)], check=True)
+    p.wait()
+    p.stderr.close()
+    assert p.returncode < 0 and os.listdir(os.path.dirname(out)) == [], (signal, p.returncode)
+
 # Standard error is no terminal here: no progress line.
 r = k.run(["convert", jpg, jpg, "-o", os.path.join(tmp, "two.pdf")])
 assert b"pages" not in r.stderr, r.stderr

@@ -81,56 +81,14 @@ PagePlan planPage(const PageLayout& layout, double w, double h) {
     PagePlan plan;
     if (!layout.pageSize) {
         plan.pageW = w + 2 * layout.borderX, plan.pageH = h + 2 * layout.borderY;
-        plan.box = plan.area = {layout.borderX, layout.borderY, w, h};
+        plan.area = {layout.borderX, layout.borderY, w, h};
         return plan;
     }
     plan.pageW = layout.pageW, plan.pageH = layout.pageH;
     if (layout.landscape && plan.pageW < plan.pageH) std::swap(plan.pageW, plan.pageH);
     plan.area = {layout.borderX, layout.borderY, std::max(plan.pageW - 2 * layout.borderX, 0.0),
                  std::max(plan.pageH - 2 * layout.borderY, 0.0)};
-    const double fx = w > 0 ? plan.area.w / w : 1, fy = h > 0 ? plan.area.h / h : 1;
-    const double into = std::min(fx, fy);
-    double sx = into, sy = into;
-    switch (layout.fit) {
-        case Fit::into: break;
-        case Fit::fill: sx = sy = std::max(fx, fy); break;
-        case Fit::exact: sx = fx, sy = fy; break;
-        case Fit::shrink: sx = sy = std::min(into, 1.0); break;
-        case Fit::enlarge: sx = sy = std::max(into, 1.0); break;
-    }
-    plan.box.w = w * sx, plan.box.h = h * sy;
-    plan.box.x = (plan.pageW - plan.box.w) / 2, plan.box.y = (plan.pageH - plan.box.h) / 2;
-    plan.clip = plan.box.w > plan.area.w + 1e-6 || plan.box.h > plan.area.h + 1e-6;
     return plan;
-}
-
-std::string pdfNumber(double v) {
-    std::string s = kivu::sformat("%.3f", v);
-    while (!s.empty() && s.back() == '0') s.pop_back();
-    if (!s.empty() && s.back() == '.') s.pop_back();
-    if (s == "-0") s = "0";
-    return s;
-}
-
-std::string imageMatrix(const Box& b, int orientation) {
-    // a b c d e f of each orientation: the stored picture's unit square
-    // turned and mirrored into the box as the picture is to be seen.
-    const double W = b.w, H = b.h;
-    double m[6];
-    switch (orientation) {
-        case 2: m[0] = -W, m[1] = 0, m[2] = 0, m[3] = H, m[4] = W, m[5] = 0; break;
-        case 3: m[0] = -W, m[1] = 0, m[2] = 0, m[3] = -H, m[4] = W, m[5] = H; break;
-        case 4: m[0] = W, m[1] = 0, m[2] = 0, m[3] = -H, m[4] = 0, m[5] = H; break;
-        case 5: m[0] = 0, m[1] = -H, m[2] = -W, m[3] = 0, m[4] = W, m[5] = H; break;
-        case 6: m[0] = 0, m[1] = -H, m[2] = W, m[3] = 0, m[4] = 0, m[5] = H; break;
-        case 7: m[0] = 0, m[1] = H, m[2] = W, m[3] = 0, m[4] = 0, m[5] = 0; break;
-        case 8: m[0] = 0, m[1] = H, m[2] = -W, m[3] = 0, m[4] = W, m[5] = 0; break;
-        default: m[0] = W, m[1] = 0, m[2] = 0, m[3] = H, m[4] = 0, m[5] = 0; break;
-    }
-    m[4] += b.x, m[5] += b.y;
-    std::string out;
-    for (double v : m) out += pdfNumber(v) + " ";
-    return out + "cm";
 }
 
 }  // namespace kivutool

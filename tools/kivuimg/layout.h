@@ -1,13 +1,15 @@
-// Page layout of the kivuimg tool: page sizes, how a picture fits its page,
-// borders, orientation, and the cm operator that draws a picture into its
-// box, upright under an EXIF orientation.  All lengths are in points.
+// Page layout of the kivuimg tool: page sizes, borders, the fit mode and
+// orientation as the options give them, and the page each picture gets.
+// The document places the picture in the area.  All lengths are in points.
 #pragma once
 
 #include <string>
 
+#include "kivuimg/img/pdfdocument.h"
+
 namespace kivutool {
 
-enum class Fit { into, fill, exact, shrink, enlarge };
+using kivu::Fit;
 
 struct PageLayout {
     bool pageSize = false;  // without one, the page is the picture plus its borders
@@ -26,29 +28,14 @@ bool parsePageSize(const std::string& text, double& width, double& height);
 bool parseBorder(const std::string& text, double& x, double& y);
 bool parseFit(const std::string& text, Fit& fit);
 
-// Where a picture goes on its page.
-struct Box {
-    double x = 0, y = 0, w = 0, h = 0;
-};
-
+// A page for a picture of w x h points (as it is to be seen, turned already
+// when its orientation turns it): its size, and the area inside the borders
+// where the picture goes.
 struct PagePlan {
     double pageW = 0, pageH = 0;
-    Box box;          // the picture's box
-    bool clip = false;  // the box reaches beyond the area inside the borders
-    Box area;         // the area inside the borders
+    kivu::SPageBox area;
 };
 
-// The page and the picture's box for a picture of w x h points (as it is to
-// be seen, turned already when its orientation turns it).
 PagePlan planPage(const PageLayout& layout, double w, double h);
-
-// "a b c d e f cm" that maps an image's unit square onto the box so that a
-// JPEG with EXIF orientation 1..8 stands upright.
-std::string imageMatrix(const Box& box, int orientation);
-// Whether the orientation turns the picture by a quarter (width and height swap).
-inline bool turnsQuarter(int orientation) { return orientation >= 5 && orientation <= 8; }
-
-// A PDF number: three decimals, trailing zeros dropped, no "-0".
-std::string pdfNumber(double v);
 
 }  // namespace kivutool

@@ -7,6 +7,7 @@
 #include <chrono>
 
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,9 +20,11 @@
 
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/core/settings.h"
+#include "kivuimg/img/exif.h"
 #include "kivuimg/img/jpg.h"
 #include "kivuimg/img/libmain.h"
-#include "pdfwriter.h"
+#include "kivuimg/img/pdfdocument.h"
+#include "layout.h"
 
 namespace fs = std::filesystem;
 using namespace kivu;
@@ -98,7 +101,7 @@ struct Options {
     uint64_t maxPixels = maxImagePixels();
     uint64_t maxSvgBytes = 0;  // the configuration's
     kivutool::PageLayout layout;
-    kivutool::DocumentInfo info;
+    SDocumentInfo info;
     bool fitGiven = false;
 };
 
@@ -236,29 +239,11 @@ struct Loaded {
     std::string name;
 };
 
-// The format of bytes by their first ones: "jpg", "png", ... or "".
-std::string sniffFormat(std::span<const uint8_t> b) {
-    auto starts = [&](std::string_view magic) {
-        return b.size() >= magic.size() && std::memcmp(b.data(), magic.data(), magic.size()) == 0;
-    };
-    if (starts("\xFF\xD8\xFF")) return "jpg";
-    if (starts("\x89PNG")) return "png";
-    if (starts("GIF8")) return "gif";
-    if (starts("BM")) return "bmp";
-    if (starts("\xD7\xCD\xC6\x9A") || starts(std::string_view("\x01\x00\x09\x00", 4)) ||
-        starts(std::string_view("\x02\x00\x09\x00", 4)))
-        return "wmf";
-    // Text: an SVG root or an XML declaration within the first kilobyte.
-    const std::string_view head(reinterpret_cast<const char*>(b.data()), std::min<size_t>(b.size(), 1024));
-    if (head.find("<svg") != std::string_view::npos || head.find("<?xml") != std::string_view::npos) return "svg";
-    return "";
-}
-
 // Standard input as a buffer, with the name the library reads it under.
 std::unique_ptr<TBuffer> readStandardInput(const std::string& format, std::string& name) {
     auto buffer = std::make_unique<TBuffer>(65536, 0);
     if (!buffer->read()) buffer->clear();
-    const std::string ext = format.empty() ? sniffFormat(buffer->bytes()) : format;
+    const std::string ext = format.empty() ? sniffImageFormat(buffer->bytes()) : format;
     name = "stdin." + (ext.empty() ? std::string("unknown") : ext);
     return buffer;
 }
@@ -330,18 +315,34 @@ int runInfo(const Options& o) {
     return 0;
 }
 
+// The EXIF orientation a JPEG's page takes, read before its bytes go.
+int orientationOf(const kivutool::PageLayout& layout, TImageFormat& image) {
+    const TBuffer* bytes = image.buffer();
+    return layout.autoOrient && image.ext() == "JPG" && bytes ? exifOrientation(bytes->bytes()) : 1;
+}
+
+// One image on a page of its own, as the layout plans it.
+void addPage(TPdfDocument& doc, const kivutool::PageLayout& layout, TImageFormat& image) {
+    const int orientation = orientationOf(layout, image);
+    const SPageBox size = doc.pictureSize(image, orientation);
+    const kivutool::PagePlan plan = kivutool::planPage(layout, size.w, size.h);
+    doc.addPage(plan.pageW, plan.pageH);
+    doc.placeImage(image, plan.area, layout.pageSize ? layout.fit : Fit::into, orientation);
+}
+
 // Puts one read input on its page; false when --strict stops the conversion.
-bool convertOne(kivutool::PdfWriter& writer, const std::string& input, Loaded loaded, bool strict) {
-    if (warnFallback(input, loaded) && strict) {
+bool convertOne(TPdfDocument& doc, const Options& o, const std::string& input, Loaded loaded) {
+    if (warnFallback(input, loaded) && o.strict) {
         std::fprintf(stderr, "kivuimg: error: '%s' could not be read (%s)\n", input.c_str(), loaded.name.c_str());
         return false;
     }
     try {
-        writer.addPage(std::move(loaded.image));
+        addPage(doc, o.layout, *loaded.image);
     } catch (const std::exception& e) {
         // The image read but could not be written: like any image that
         // fails, its page shows the fallback picture.
-        if (strict) {
+        doc.dropPage();
+        if (o.strict) {
             std::fprintf(stderr, "kivuimg: error: '%s': %s\n", input.c_str(), e.what());
             return false;
         }
@@ -349,7 +350,7 @@ bool convertOne(kivutool::PdfWriter& writer, const std::string& input, Loaded lo
                      e.what());
         std::unique_ptr<TImageFormat> fallback = createUndefinedImage();
         fallback->readSpecs();
-        writer.addPage(std::move(fallback));
+        addPage(doc, o.layout, *fallback);
     }
     return true;
 }
@@ -374,28 +375,110 @@ private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-int runConvert(const Options& o) {
-    kivutool::PdfWriter writer(o.dpi, o.space, o.space == csAuto ? ciNo : ciTransform, o.layout, o.info);
-    const fs::path parent = o.output == "-" ? fs::path() : fs::path(o.output).parent_path();
-    std::error_code ec;
-    if (!parent.empty()) fs::create_directories(parent, ec);
-    if (!writer.open(o.output)) {
-        std::fprintf(stderr, "kivuimg: can't write '%s'\n", o.output.c_str());
-        return 1;
+// Standard output takes the document only when it is whole: until then its
+// bytes wait in an unnamed temporary file.
+class HeldOutput : public TObjectSink {
+public:
+    HeldOutput() : file_(std::tmpfile()) {}
+    ~HeldOutput() override {
+        if (file_) std::fclose(file_);
     }
+    void write(std::span<const uint8_t> bytes) override {
+        if (!file_ || std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) failed_ = true;
+    }
+    // Copies the document to standard output; false when anything failed.
+    bool deliver() {
+        if (failed_ || !file_ || std::fflush(file_) != 0 || std::fseek(file_, 0, SEEK_SET) != 0) return false;
+        char chunk[65536];
+        for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, file_)) > 0;)
+            if (std::fwrite(chunk, 1, n, stdout) != n) return false;
+        return !std::ferror(file_) && std::fflush(stdout) == 0;
+    }
+
+private:
+    FILE* file_;
+    bool failed_ = false;
+};
+
+// The temporary file of the document being written, for the signal handler.
+char g_partial[4096];
+
+// SIGINT, SIGTERM, SIGHUP: the half-written file goes, then the signal
+// takes its default course.
+extern "C" void onSignal(int sig) {
+    if (g_partial[0]) unlink(g_partial);
+    std::signal(sig, SIG_DFL);
+    std::raise(sig);
+}
+
+// Opens the document on its file with the handler in place: the signals
+// wait while the file is made and its name is noted.
+void openWatched(TPdfDocument& doc, const std::string& path) {
+    sigset_t signals, before;
+    sigemptyset(&signals);
+    for (int sig : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&signals, sig);
+        std::signal(sig, onSignal);
+    }
+    sigprocmask(SIG_BLOCK, &signals, &before);
+    try {
+        doc.open(path);
+        std::snprintf(g_partial, sizeof g_partial, "%s", doc.partialPath());
+    } catch (...) {
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        throw;
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+SDocumentOptions documentOptions(const Options& o) {
+    SDocumentOptions options;
+    options.dpi = o.dpi;
+    options.space = o.space;
+    options.info = o.info;
+    options.warn = [](const std::string& text) { std::fprintf(stderr, "kivuimg: warning: %s\n", text.c_str()); };
+    return options;
+}
+
+// Opens the document on its file (its folder made) or on standard output.
+bool openDocument(TPdfDocument& doc, const Options& o, HeldOutput& held) {
+    try {
+        if (o.output == "-") {
+            doc.open(held);
+            return true;
+        }
+        const fs::path parent = fs::path(o.output).parent_path();
+        std::error_code ec;
+        if (!parent.empty()) fs::create_directories(parent, ec);
+        openWatched(doc, o.output);
+        return true;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "kivuimg: can't write '%s'\n", o.output.c_str());
+        return false;
+    }
+}
+
+int runConvert(const Options& o) {
+    TPdfDocument doc(documentOptions(o));
+    HeldOutput held;
+    if (!openDocument(doc, o, held)) return 1;
     Progress progress(!o.quiet);
     // One image at a time: read, put on its page, written, freed.  (Reading
     // the next image on a second thread while this one is deflated and
     // written was measured: no faster on two shared cores, and up to 70%
     // more peak memory.)
     for (const auto& input : o.inputs) {
-        if (!convertOne(writer, input, read(input, o.format), o.strict)) {
-            writer.abandon();
+        if (!convertOne(doc, o, input, read(input, o.format))) {
+            doc.abandon();
             return 1;
         }
-        progress.update(writer.pages(), o.inputs.size(), writer.bytesWritten());
+        progress.update(doc.pages(), o.inputs.size(), doc.bytesWritten());
     }
-    if (!writer.finish()) {
+    try {
+        doc.close();
+        g_partial[0] = 0;
+        if (o.output == "-" && !held.deliver()) throw std::runtime_error("standard output");
+    } catch (const std::exception&) {
         std::fprintf(stderr, "kivuimg: can't write '%s'\n", o.output.c_str());
         return 1;
     }

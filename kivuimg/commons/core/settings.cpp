@@ -58,12 +58,21 @@ std::string stringKey(const json& j, const char* key, const std::string& fallbac
 }  // namespace
 
 TSettings::TSettings(const std::string& path, LogOut out, int) {
-    home_ = path.empty() ? resolveHomeFolder() : backSlash(path);
+    // Without a package folder, or without a configuration in it, the
+    // built-in configuration holds; without a folder a log file has no
+    // place, so nothing is written anywhere.
+    home_ = path.empty() ? std::string() : backSlash(path);
+    if (home_.empty() && out == LogOut::file) out = LogOut::quiet;
     const std::string confFile = home_ + ".conf.json";
-    if (!fileExists(confFile)) g_error("Config file is missing, create default config file with --create-conf argument");
     json conf;
     try {
-        conf = loadJSONData(confFile);
+        if (!home_.empty() && fileExists(confFile)) {
+            conf = loadJSONData(confFile);
+        } else {
+            // The built-in configuration draws as browsers do, as the tool does.
+            conf = json::parse(defaultConfigText());
+            conf["rules"] = "standard";
+        }
     } catch (const std::exception& e) {
         g_error("%s", e.what());
     }

@@ -27,8 +27,10 @@ struct KIVU_API SFontItem {
 
 class KIVU_API TSettings {
 public:
-    // An empty path takes the home from KIVU_HOME or the user profile.
-    // A home without ".conf.json" ends the process through g_error.
+    // An empty path is no package folder: the built-in configuration (that
+    // of defaultConfigText, drawings by the standard rules), and no log
+    // file.  A home without ".conf.json" takes the built-in configuration
+    // too; an unreadable one ends the process through g_error.
     TSettings(const std::string& path, LogOut out, int limit);
     virtual ~TSettings();
 

@@ -287,6 +287,21 @@ int TImageSVG::origHeight() { return static_cast<int>(std::trunc(origHeight_)); 
 int TImageSVG::positionX() { return static_cast<int>(std::trunc(positionX_)); }
 int TImageSVG::positionY() { return static_cast<int>(std::trunc(positionY_)); }
 
+bool TImageSVG::unitMatrix(std::array<double, 6>& m) {
+    // The box as the form's BBox writes it, three decimals.
+    auto written = [](double v) { return std::round(v * 1000) / 1000; };
+    double x0 = positionX_, y0 = positionY_, x1 = positionX_ + origWidth_, y1 = positionY_ + origHeight_;
+    if (standard_) {
+        const stdsvg::SBox b = standard_->formBox();
+        x0 = b.x0, y0 = b.y0, x1 = b.x1, y1 = b.y1;
+    }
+    x0 = written(x0), y0 = written(y0), x1 = written(x1), y1 = written(y1);
+    const double w = x1 - x0, h = y0 - y1;
+    if (!(w > 0) || !(h > 0)) return false;
+    m = {1 / w, 0, 0, 1 / h, -x0 / w, -y1 / h};
+    return true;
+}
+
 void TImageSVG::setGradientsInfo(const std::shared_ptr<std::map<std::string, SGradientInfo>>& info) {
     if (info) gradientsInfo_ = info;
 }

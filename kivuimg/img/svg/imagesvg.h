@@ -68,6 +68,8 @@ public:
     void setSubImageIds(const std::vector<SLinkSrcId>& ids) override;
     bool hasMask() override { return true; }
     bool isFormObject() override { return true; }
+    // The form's box (below the x axis, top edge at y0) onto the unit square.
+    bool unitMatrix(std::array<double, 6>& m) override;
     // Engine rules: reports by log only; raises nothing but the element
     // budget.  Standard rules: raises with the reason when the bytes are no
     // drawing.

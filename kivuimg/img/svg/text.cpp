@@ -80,14 +80,17 @@ void TSvgText::dublicateAttributes(const Attributes& attributes) {
 // ---- fonts and copies ----------------------------------------------------------------
 
 bool TSvgText::setFont(const SRawFont& font) {
+    // Every run that asked for this font takes the answer: equal runs in one
+    // chain ask once.
+    bool answered = false;
     for (TSvgText* run = this; run; run = run->next_.get()) {
         if (run->rawFont_ == font) {
             run->rawFont_ = font;
-            return true;
+            answered = true;
         }
-        if (run->child_ && run->child_->setFont(font)) return true;
+        if (run->child_ && run->child_->setFont(font)) answered = true;
     }
-    return false;
+    return answered;
 }
 
 void TSvgText::copyRunValuesTo(TSvgText& clone) {

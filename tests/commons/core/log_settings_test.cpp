@@ -134,10 +134,17 @@ TEST(Settings, ReadsKeysAndChecksTheDefaultFont) {
     EXPECT_NE(log.find("] ! Output folder '/no/such/logs' does not exists, using '" + home + "logs/'"), std::string::npos);
 }
 
-TEST(SettingsDeathTest, MissingConfigEndsTheProcess) {
+TEST(Settings, MissingConfigTakesTheBuiltInOneAndWritesNothing) {
     const std::string home = freshDir("home3");
-    EXPECT_EXIT(TSettings(home, LogOut::quiet, -1), ::testing::ExitedWithCode(1),
-                "Config file is missing, create default config file with --create-conf argument");
+    // A log file is asked for: without a folder it has no place.
+    const fs::path before = fs::current_path();
+    fs::current_path(home);
+    for (const std::string& path : {std::string(), home}) {
+        TSettings t(path, path.empty() ? LogOut::file : LogOut::quiet, -1);
+        EXPECT_EQ(t.rules(), rulesStandard);
+    }
+    fs::current_path(before);
+    EXPECT_TRUE(fs::is_empty(home));
 }
 
 TEST(Funcs, NamesAndPaths) {

@@ -143,14 +143,14 @@ TEST(SvgText, FontRequests) {
     EXPECT_EQ(fonts[0].text, "one");
     EXPECT_EQ(fonts[1].family, "Courier");
     EXPECT_TRUE(img->has2Pass());
-    // The answer reaches the first equal run of each text only: the second
-    // "one" of the first text keeps font 0.  A group's font size isn't read.
+    // The answer reaches every equal run: no run is left on font 0.  A
+    // group's font size isn't read.
     answerFonts(*img, 3);
     const std::string content = emitSvg(*img).content;
     EXPECT_NE(content.find("/F1 8.000 Tf"), std::string::npos);
     EXPECT_NE(content.find("/F2 8.000 Tf"), std::string::npos);
-    EXPECT_EQ(kivutest::countOperator(content, "/F1"), 2u);
-    EXPECT_EQ(kivutest::countOperator(content, "/F0"), 1u);
+    EXPECT_EQ(kivutest::countOperator(content, "/F1"), 3u);
+    EXPECT_EQ(kivutest::countOperator(content, "/F0"), 0u);
     EXPECT_FALSE(readSvg(svgDocument("<text> </text>"))->has2Pass());
 }
 

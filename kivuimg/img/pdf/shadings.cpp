@@ -1,33 +1,23 @@
-#include "shadings.h"
+#include "kivuimg/img/pdf/shadings.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <vector>
 
+#include "kivuimg/commons/content.h"
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/funcs.h"
 #include "kivuimg/commons/indirectobj.h"
 
-using namespace kivu;
 
-namespace kivutool {
+namespace kivu::pdf {
 
 namespace {
 
-// A PDF number with up to six decimals, trailing zeros dropped; a value
-// that is no finite number is written as 0.
-std::string number(double v) {
-    if (!std::isfinite(v)) v = 0;
-    std::string s = sformat("%.6f", v);
-    while (s.back() == '0') s.pop_back();
-    if (s.back() == '.') s.pop_back();
-    return s == "-0" ? "0" : s;
-}
-
 std::string numbers(const std::vector<double>& values) {
     std::string out = "[";
-    for (size_t i = 0; i < values.size(); ++i) out += (i ? " " : "") + number(values[i]);
+    for (size_t i = 0; i < values.size(); ++i) out += (i ? " " : "") + pdfNumber(values[i], 6);
     return out + "]";
 }
 
@@ -160,4 +150,4 @@ uint64_t gradientSoftMask(TObjects& objects, SGradient& record) {
     return record.alphaObject;
 }
 
-}  // namespace kivutool
+}  // namespace kivu::pdf

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -25,7 +26,7 @@
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/rawfont.h"
 
-namespace kivutool {
+namespace kivu::pdf {
 
 class EmbeddedFont;
 class FontFinder;
@@ -37,7 +38,10 @@ std::string standardFontName(const std::string& family, const std::string& weigh
 
 class FontBook {
 public:
-    explicit FontBook(kivu::TObjects& objects);
+    // Warnings (a text no installed font holds, a font that can't be
+    // embedded) go to `warn`.
+    using Warn = std::function<void(const std::string&)>;
+    FontBook(TObjects& objects, Warn warn);
     ~FontBook();
     FontBook(const FontBook&) = delete;
     FontBook& operator=(const FontBook&) = delete;
@@ -45,7 +49,7 @@ public:
     // The request with its font number, string form and advance filled in
     // (the advance measured in the installed face of the answered font: for
     // the standard fonts, their URW clones, which have their widths).
-    kivu::SRawFont answer(const kivu::SRawFont& request);
+    SRawFont answer(const SRawFont& request);
     // The object of resource "/F<id>"; id 0 (a run the host's answer didn't
     // reach) is the document's default font.  0 for an unknown id.
     uint64_t objectNumber(int fontId);
@@ -56,10 +60,11 @@ public:
 
 private:
     int standardFont(const std::string& baseFont);
-    int embeddedFont(const kivu::SRawFont& request);
+    int embeddedFont(const SRawFont& request);
     double standardAdvance(const std::string& baseFont, const std::string& text);
 
-    kivu::TObjects& objects_;
+    TObjects& objects_;
+    Warn warn_;
     std::unique_ptr<FontFinder> finder_;
     std::unique_ptr<FontMetrics> metrics_;
     // Resource "/F<k>" is entry k - 1; each holds an object number.
@@ -71,4 +76,4 @@ private:
     bool warned_ = false;
 };
 
-}  // namespace kivutool
+}  // namespace kivu::pdf

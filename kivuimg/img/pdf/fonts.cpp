@@ -1,16 +1,14 @@
-#include "fonts.h"
+#include "kivuimg/img/pdf/fonts.h"
 
-#include <cstdio>
 
 #include "kivuimg/commons/core/buffer.h"
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/core/regex.h"
 #include "kivuimg/commons/indirectobj.h"
-#include "truetype.h"
+#include "kivuimg/img/pdf/truetype.h"
 
-using namespace kivu;
 
-namespace kivutool {
+namespace kivu::pdf {
 
 namespace {
 
@@ -91,8 +89,11 @@ std::string standardFontName(const std::string& family, const std::string& weigh
     return italic ? "Times-Italic" : "Times-Roman";
 }
 
-FontBook::FontBook(TObjects& objects)
-    : objects_(objects), finder_(std::make_unique<FontFinder>()), metrics_(std::make_unique<FontMetrics>()) {}
+FontBook::FontBook(TObjects& objects, Warn warn)
+    : objects_(objects),
+      warn_(std::move(warn)),
+      finder_(std::make_unique<FontFinder>()),
+      metrics_(std::make_unique<FontMetrics>()) {}
 
 FontBook::~FontBook() = default;
 
@@ -159,10 +160,9 @@ SRawFont FontBook::answer(const SRawFont& request) {
             return font;
         }
         if (!warned_)
-            std::fprintf(stderr,
-                         "kivuimg: warning: no TrueType font holds the text '%s': it is drawn with a standard font, "
-                         "where characters outside Windows-1252 show as '?'\n",
-                         request.text.c_str());
+            warn_(sformat("no TrueType font holds the text '%s': it is drawn with a standard font, "
+                          "where characters outside Windows-1252 show as '?'",
+                          request.text.c_str()));
         warned_ = true;
     }
     const std::string baseFont = standardFontName(request.family, request.weight, request.style);
@@ -187,7 +187,7 @@ void FontBook::finish() {
             font->write(objects_, *type0);
         } catch (const std::exception& e) {
             // The font went away or is broken: the object still resolves.
-            std::fprintf(stderr, "kivuimg: warning: %s; its text is drawn with Times\n", e.what());
+            warn_(std::string(e.what()) + "; its text is drawn with Times");
             type0->set("Type", "/Font");
             type0->set("Subtype", "/Type1");
             type0->set("BaseFont", "/Times-Roman");
@@ -197,4 +197,4 @@ void FontBook::finish() {
     deferred_.clear();
 }
 
-}  // namespace kivutool
+}  // namespace kivu::pdf

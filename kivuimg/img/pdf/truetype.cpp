@@ -1,4 +1,4 @@
-#include "truetype.h"
+#include "kivuimg/img/pdf/truetype.h"
 
 #include <fontconfig/fontconfig.h>
 #include <hb-ot.h>
@@ -11,9 +11,8 @@
 #include "kivuimg/commons/core/buffer.h"
 #include "kivuimg/commons/indirectobj.h"
 
-using namespace kivu;
 
-namespace kivutool {
+namespace kivu::pdf {
 
 std::u32string codePoints(const std::string& utf8) {
     std::u32string out;
@@ -338,4 +337,4 @@ void EmbeddedFont::write(TObjects& objects, TBaseObject& type0) {
     type0.set("ToUnicode", sformat("%llu 0 R", static_cast<unsigned long long>(unicode)));
 }
 
-}  // namespace kivutool
+}  // namespace kivu::pdf

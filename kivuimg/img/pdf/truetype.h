@@ -18,7 +18,7 @@
 
 #include "kivuimg/commons/objects.h"
 
-namespace kivutool {
+namespace kivu::pdf {
 
 // A font file and the face in it.
 struct FontFace {
@@ -78,7 +78,7 @@ public:
     // Fills `type0` (numbered already, since content refers to it) and adds
     // the descendant font, its descriptor, the subset program, CIDToGIDMap
     // and ToUnicode.  Raises when the font can't be read or subset.
-    void write(kivu::TObjects& objects, kivu::TBaseObject& type0);
+    void write(TObjects& objects, TBaseObject& type0);
 
     const FontFace& face() const { return face_; }
 
@@ -90,4 +90,4 @@ private:
 // The characters of a UTF-8 text, as code points.
 std::u32string codePoints(const std::string& utf8);
 
-}  // namespace kivutool
+}  // namespace kivu::pdf

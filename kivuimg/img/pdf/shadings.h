@@ -17,17 +17,17 @@
 #include "kivuimg/commons/graphics/gradient.h"
 #include "kivuimg/commons/objects.h"
 
-namespace kivutool {
+namespace kivu::pdf {
 
 // The shading of a record: its object number.
-uint64_t gradientShading(kivu::TObjects& objects, kivu::SGradient& record);
+uint64_t gradientShading(TObjects& objects, SGradient& record);
 // The shading pattern of a record, at the record's matrix: its object number.
-uint64_t gradientPattern(kivu::TObjects& objects, kivu::SGradient& record);
+uint64_t gradientPattern(TObjects& objects, SGradient& record);
 // The ExtGState with the record's soft mask: its object number.
-uint64_t gradientSoftMask(kivu::TObjects& objects, kivu::SGradient& record);
+uint64_t gradientSoftMask(TObjects& objects, SGradient& record);
 
 // The stitching function of a record's colours (or of their alpha as gray):
 // "<< /FunctionType 3 /Domain [0 1] /Functions [...] /Bounds [...] /Encode [...] >>".
-std::string stitchingFunction(const kivu::SGradient& record, bool alphaAsGray);
+std::string stitchingFunction(const SGradient& record, bool alphaAsGray);
 
-}  // namespace kivutool
+}  // namespace kivu::pdf

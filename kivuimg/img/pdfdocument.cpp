@@ -1,0 +1,84 @@
+#include "kivuimg/img/pdfdocument.h"
+
+#include "kivuimg/commons/core/cstr.h"
+#include "kivuimg/commons/core/settings.h"
+#include "kivuimg/img/jpg.h"
+#include "kivuimg/img/libmain.h"
+#include "kivuimg/img/pdf/writer.h"
+
+namespace kivu {
+
+namespace {
+
+bool isFallback(const std::string& name) {
+    return name == kNotFoundImage || name == kUnsupportedImage || name == kExceptionImage;
+}
+
+}  // namespace
+
+TPdfDocument::TPdfDocument(SDocumentOptions options) {
+    if (!(options.dpi > 0)) throwf("a document needs a positive dpi");
+    if (!g_settings && !libimg_init(nullptr, 3)) throwf("the library could not start");
+    writer_ = std::make_unique<pdf::TPdfWriter>(std::move(options));
+}
+
+TPdfDocument::~TPdfDocument() = default;
+
+void TPdfDocument::info(const SDocumentInfo& info) { writer_->info(info); }
+void TPdfDocument::open(const std::string& path) { writer_->open(path); }
+void TPdfDocument::open(TObjectSink& sink) { writer_->open(sink); }
+void TPdfDocument::addPage(double width, double height) { writer_->addPage(width, height); }
+void TPdfDocument::dropPage() { writer_->dropPage(); }
+
+void TPdfDocument::placeImage(TImageFormat& image, const SPageBox& box, Fit fit, int orientation) {
+    writer_->placeImage(image, box, fit, orientation);
+}
+
+void TPdfDocument::placeImage(const std::string& name, const SPageBox& box, Fit fit, int orientation) {
+    if (TImageFormat* known = libimg_getImage(name.c_str())) return placeImage(*known, box, fit, orientation);
+    std::string read = name;
+    std::unique_ptr<TImageFormat> image = readImage(read, nullptr);
+    if (!image) {
+        image = createUndefinedImage();
+        image->readSpecs();
+        read = kUnsupportedImage;
+    }
+    if (isFallback(read)) writer_->warn("'" + name + "' falls back to '" + read + "'");
+    placeImage(*image, box, fit, orientation);
+}
+
+void TPdfDocument::placeImageBytes(std::span<const uint8_t> bytes, const std::string& ext, const SPageBox& box,
+                                   Fit fit, int orientation) {
+    const std::string format = ext.empty() ? sniffImageFormat(bytes) : toLower(ext);
+    std::string name = "bytes." + (format.empty() ? std::string("unknown") : format);
+    std::unique_ptr<TImageFormat> image = readImage(name, TBuffer::create(bytes));
+    if (!image) {
+        image = createUndefinedImage();
+        image->readSpecs();
+        name = kUnsupportedImage;
+    }
+    if (isFallback(name)) writer_->warn("image bytes fall back to '" + name + "'");
+    placeImage(*image, box, fit, orientation);
+}
+
+void TPdfDocument::close() { writer_->close(); }
+void TPdfDocument::abandon() { writer_->abandon(); }
+
+SPageBox TPdfDocument::pictureSize(TImageFormat& image, int orientation) const {
+    return writer_->pictureSize(image, orientation);
+}
+
+int TPdfDocument::orientationOf(int degrees) {
+    switch (((degrees % 360) + 360) % 360) {
+        case 90: return 6;
+        case 180: return 3;
+        case 270: return 8;
+        default: return 1;
+    }
+}
+
+size_t TPdfDocument::pages() const { return writer_->pages(); }
+uint64_t TPdfDocument::bytesWritten() const { return writer_->bytesWritten(); }
+const char* TPdfDocument::partialPath() const { return writer_->partialPath(); }
+
+}  // namespace kivu
