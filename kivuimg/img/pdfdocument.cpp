@@ -24,6 +24,13 @@ TPdfDocument::TPdfDocument(SDocumentOptions options) {
 
 TPdfDocument::~TPdfDocument() = default;
 
+namespace {
+
+// ": reason" of a fallback picture, when the library recorded one.
+std::string because(const TImageFormat& image) { return image.failure().empty() ? "" : ": " + image.failure(); }
+
+}  // namespace
+
 void TPdfDocument::info(const SDocumentInfo& info) { writer_->info(info); }
 void TPdfDocument::open(const std::string& path) { writer_->open(path); }
 void TPdfDocument::open(TObjectSink& sink) { writer_->open(sink); }
@@ -43,7 +50,7 @@ void TPdfDocument::placeImage(const std::string& name, const SPageBox& box, Fit 
         image->readSpecs();
         read = kUnsupportedImage;
     }
-    if (isFallback(read)) writer_->warn("'" + name + "' falls back to '" + read + "'");
+    if (isFallback(read)) writer_->warn("'" + name + "' falls back to '" + read + "'" + because(*image));
     placeImage(*image, box, fit, orientation);
 }
 
@@ -57,7 +64,7 @@ void TPdfDocument::placeImageBytes(std::span<const uint8_t> bytes, const std::st
         image->readSpecs();
         name = kUnsupportedImage;
     }
-    if (isFallback(name)) writer_->warn("image bytes fall back to '" + name + "'");
+    if (isFallback(name)) writer_->warn("image bytes fall back to '" + name + "'" + because(*image));
     placeImage(*image, box, fit, orientation);
 }
 

@@ -15,19 +15,11 @@ namespace {
 // Matrix entries with six decimals: they multiply every coordinate.
 constexpr int kMatrixDecimals = 6;
 
-std::string trimmedNumber(double v) {
-    if (!std::isfinite(v)) v = 0;
-    std::string s = sformat("%.3f", v);
-    while (s.back() == '0') s.pop_back();
-    if (s.back() == '.') s.pop_back();
-    return s == "-0" ? "0" : s;
-}
-
 }  // namespace
 
 std::string boxText(const SBox& b) {
-    return "[" + trimmedNumber(b.x0) + " " + trimmedNumber(b.y0) + " " + trimmedNumber(b.x1) + " " +
-           trimmedNumber(b.y1) + "]";
+    return "[" + pdfNumber(b.x0) + " " + pdfNumber(b.y0) + " " + pdfNumber(b.x1) + " " +
+           pdfNumber(b.y1) + "]";
 }
 
 TCanvas::TCanvas(TCanvasHost& host, TMemory& stream, const SBox& formBox)
@@ -96,8 +88,7 @@ void TCanvas::color(const SRgba& rgba, bool stroke) {
 
 void TCanvas::alpha(float fill, float stroke) {
     if (fill >= 1 && stroke >= 1) return;
-    state({{"ca", sformat("%.4f", static_cast<double>(zeon(fill)))},
-           {"CA", sformat("%.4f", static_cast<double>(zeon(stroke)))}});
+    state({{"ca", pdfNumber(zeon(fill), 4)}, {"CA", pdfNumber(zeon(stroke), 4)}});
 }
 
 void TCanvas::state(const std::vector<std::pair<std::string, std::string>>& entries) {
@@ -175,9 +166,11 @@ uint64_t TCanvas::endPattern(const SMatrix& m, double w, double h) {
     pattern->set("PaintType", "1");
     pattern->set("TilingType", "1");
     pattern->set("BBox", boxText(SBox{0, 0, w, h}));
-    pattern->set("XStep", trimmedNumber(w));
-    pattern->set("YStep", trimmedNumber(h));
-    pattern->set("Matrix", "[" + sformat("%.6f %.6f %.6f %.6f %.3f %.3f", m.a, m.b, m.c, m.d, m.e, m.f) + "]");
+    pattern->set("XStep", pdfNumber(w));
+    pattern->set("YStep", pdfNumber(h));
+    pattern->set("Matrix", "[" + pdfNumber(m.a, kMatrixDecimals) + " " + pdfNumber(m.b, kMatrixDecimals) + " " +
+                               pdfNumber(m.c, kMatrixDecimals) + " " + pdfNumber(m.d, kMatrixDecimals) + " " +
+                               pdfNumber(m.e) + " " + pdfNumber(m.f) + "]");
     pattern->shareStream(std::shared_ptr<const TMemory>(std::move(level.buffer)), "");
     host_.addResourceHolder(pattern->num());
     return pattern->num();
