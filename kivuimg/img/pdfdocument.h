@@ -49,6 +49,9 @@ struct KIVU_API SDocumentInfo {
 struct KIVU_API SDocumentOptions {
     // Pixels per inch of an image's natural size (pictureSize).
     double dpi = 96;
+    // Whether an image whose file states its resolution (JFIF, EXIF, PNG
+    // pHYs, BMP) takes that instead of `dpi`.
+    bool imageResolution = false;
     // csAuto keeps every colour as it is; another space converts the
     // colours of drawings (WMF, SVG) to it.
     ColorSpace space = csAuto;

@@ -272,7 +272,14 @@ std::vector<uint8_t> TImagePNG::_inflate(uint64_t expected) {
     std::vector<uint8_t> raw;
     const uint64_t given = dataBuf_->size();
     const uint64_t room = std::min(expected + 1, given * 1032 + 64);
-    if (expected > 0 && given > 0) raw = TMemory::_uncomp(dataBuf_->bytes(), room, 15, expected);
+    if (expected > 0 && given > 0) {
+        try {
+            raw = TMemory::_uncomp(dataBuf_->bytes(), room, 15, expected);
+        } catch (const KivuException& e) {
+            // zlib's code alone would not say which file's data is broken.
+            throwf("PNG: the image data can't be inflated (%s)", e.what());
+        }
+    }
     dataBuf_.reset();
     if (raw.size() < expected) {
         checkZeros("PNG", expected - raw.size(), raw.size());

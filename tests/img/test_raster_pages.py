@@ -278,7 +278,7 @@ def first_diff(a, b, w):
 def convert(path, rules):
     name = os.path.basename(path)
     pdf = os.path.join(TMP, "%s.%s.pdf" % (name, rules))
-    r = k.run(["convert", "--rules", rules, path, "-o", pdf])
+    r = k.run(["convert", "--rules", rules, "--dpi", "96", "--first-frame-only", path, "-o", pdf])
     fell = b"falls back" in r.stderr
     return pdf, fell, r.stderr.decode()
 

@@ -210,7 +210,7 @@ def main():
                 failures.append(f"{rel}: info gave no JSON: {info.stderr.strip()}")
                 continue
             pdf = tmp / f"{i}.pdf"
-            conv = run([str(TOOL), "convert", str(path), "-o", str(pdf)], cwd=tmp)
+            conv = run([str(TOOL), "convert", "--fallback", str(path), "-o", str(pdf)], cwd=tmp)
             if "Sanitizer" in conv.stderr or "runtime error" in conv.stderr:
                 failures.append(f"{rel}: sanitizer report: {conv.stderr.strip()}")
                 continue

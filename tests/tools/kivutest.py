@@ -39,12 +39,15 @@ def tmpdir(prefix):
     return d
 
 
-def run(args, check=True, rules="engine"):
+def run(args, check=True, rules="engine", fallback=True):
     """Runs the tool; drawings by the engine's rules unless `rules` or the
-    arguments name others."""
+    arguments name others; an input that can't be read gets the fallback
+    page (--fallback) unless `fallback` is off."""
     env = dict(os.environ, KIVU_HOME=HOME)
     if args and args[0] in ("convert", "info") and "--rules" not in args:
         args = [args[0], "--rules", rules] + args[1:]
+    if fallback and args and args[0] == "convert" and "--fallback" not in args:
+        args = [args[0], "--fallback"] + args[1:]
     r = subprocess.run([TOOL] + args, capture_output=True, env=env)
     if check and r.returncode != 0:
         raise AssertionError("kivuimg %s failed (%d): %s" % (" ".join(args), r.returncode, r.stderr.decode()))

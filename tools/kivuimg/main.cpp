@@ -1,6 +1,7 @@
 // kivuimg: turns image files into PDF documents through LibKivuImg's public
 // interface, one page per image, and reports what the library reads.
 #include <malloc.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -39,8 +40,12 @@ const char* const kUsage =
     "or - for standard input (its format from --format, else told by its first bytes).\n"
     "\n"
     "convert writes one page per input; without --pagesize the page is the image.\n"
-    "  -o, --output FILE        the PDF to write (required; - for standard output)\n"
-    "  --dpi N                  pixels per inch of the image size (default 96)\n"
+    "  -o, --output FILE        the PDF to write; - for standard output, which is\n"
+    "                           also where it goes without -o when that is no\n"
+    "                           terminal.  Its folder must exist; an input can't\n"
+    "                           be the output\n"
+    "  --dpi N                  pixels per inch of every image (default: the\n"
+    "                           resolution a photo or scan states, else 96)\n"
     "  --pagesize SIZE          A4, A3, A5, Letter, Legal or WxH (units pt, mm, cm,\n"
     "                           in; pt when none), e.g. 210mmx297mm\n"
     "  --fit MODE               with --pagesize: into (default: the whole image,\n"
@@ -57,7 +62,12 @@ const char* const kUsage =
     "                           the document's Info dictionary (the producer and the\n"
     "                           creation date are always written)\n"
     "  --nodate                 no creation date, for reproducible output\n"
-    "  --strict                 a fallback picture is an error: exit 1, no file\n"
+    "  --fallback               an input that can't be read gets a page with the\n"
+    "                           fallback picture and a warning with the reason,\n"
+    "                           instead of ending the conversion\n"
+    "  --strict                 warnings are errors: exit 1, no file\n"
+    "  --first-frame-only       an animated GIF gives its first frame only (by\n"
+    "                           default each frame is a page)\n"
     "  --rules standard|engine  how drawings (SVG) are read and drawn: by the SVG\n"
     "                           and CSS recommendations, as browsers draw them\n"
     "                           (default), or by the engine's own rules\n"
@@ -72,18 +82,21 @@ const char* const kUsage =
     "common options:\n"
     "  --format EXT             the format of standard input (jpg, png, gif, bmp,\n"
     "                           wmf, svg)\n"
-    "  --home DIR               package home (default: $KIVU_HOME, else ~/Kivu,\n"
-    "                           created with the default configuration)\n"
+    "  --package DIR            package folder, with its configuration and log\n"
+    "                           (also --home DIR, or $KIVU_HOME); without one the\n"
+    "                           built-in configuration holds and nothing is written\n"
     "  --max-pixels N           refuse images of more than N pixels (default 2^28)\n"
     "  --max-svg-bytes N        what one drawing, with the drawings and pictures\n"
     "                           embedded in it, may hold in memory and write as\n"
     "                           content: N bytes each (default 64 MB)\n"
     "  -v, --verbose            show the library's log on standard output\n"
     "  -h, --help               this text\n"
+    "  --version                the version\n"
+    "Options take their value as --opt VALUE or --opt=VALUE; -- ends them.\n"
     "\n"
-    "exit status: 0 done (inputs that can't be read get the fallback picture and\n"
-    "a warning); 1 an input fell back under --strict, or the output could not be\n"
-    "written (no partial file is left); 2 bad arguments.\n";
+    "exit status: 0 done; 1 an input could not be read (\"kivuimg: FILE: reason\",\n"
+    "unless --fallback), a warning under --strict, or the output could not be\n"
+    "written: no output is left; 2 bad arguments.\n";
 
 struct Options {
     std::string command;
@@ -91,8 +104,10 @@ struct Options {
     std::string output;
     std::string home;
     std::string format;
-    double dpi = 96;
+    double dpi = 0;  // the image's own resolution, else 96
     bool strict = false;
+    bool fallback = false;
+    bool firstFrameOnly = false;
     bool verbose = false;
     bool quiet = false;
     bool network = false;
@@ -118,7 +133,13 @@ struct Options {
 // Options that take no value; false when `a` is none of them.
 bool flag(const std::string& a, Options& o) {
     if (a == "-h" || a == "--help") help();
+    if (a == "--version") {
+        std::printf("kivuimg %s\n", KIVU_VERSION);
+        std::exit(0);
+    }
     bool* target = a == "--strict" ? &o.strict
+                   : a == "--fallback" ? &o.fallback
+                   : a == "--first-frame-only" ? &o.firstFrameOnly
                    : a == "-v" || a == "--verbose" ? &o.verbose
                    : a == "-q" || a == "--quiet" ? &o.quiet
                    : a == "--landscape" ? &o.layout.landscape
@@ -149,7 +170,7 @@ void numberOption(const std::string& a, const std::string& v, Options& o) {
 // Options with a value (takesValue tells which).
 void valueOption(const std::string& a, const std::string& v, Options& o) {
     if (a == "-o" || a == "--output") o.output = v;
-    else if (a == "--home") o.home = v;
+    else if (a == "--home" || a == "--package") o.home = v;
     else if (a == "--format") o.format = toLower(v);
     else if (a == "--dpi" || a == "--max-pixels" || a == "--max-svg-bytes") numberOption(a, v, o);
     else if (a == "--colorspace") {
@@ -176,7 +197,7 @@ void valueOption(const std::string& a, const std::string& v, Options& o) {
 }
 
 bool takesValue(const std::string& a) {
-    static const char* const kValued[] = {"-o", "--output", "--home", "--format", "--dpi", "--max-pixels", "--max-svg-bytes",
+    static const char* const kValued[] = {"-o", "--output", "--home", "--package", "--format", "--dpi", "--max-pixels", "--max-svg-bytes",
                                           "--colorspace", "--rules", "--pagesize", "--fit", "--border", "--title",
                                           "--author", "--subject", "--keywords", "--creator"};
     return std::find(std::begin(kValued), std::end(kValued), a) != std::end(kValued);
@@ -196,31 +217,46 @@ Options parse(int argc, char** argv) {
     Options o;
     if (argc < 2) usageError("missing command");
     o.command = argv[1];
-    if (o.command == "-h" || o.command == "--help") help();
+    if (o.command == "-h" || o.command == "--help" || o.command == "--version") flag(o.command, o);
     if (o.command != "convert" && o.command != "info") usageError("unknown command '" + o.command + "'");
+    bool options = true;
     for (int i = 2; i < argc; ++i) {
-        const std::string a = argv[i];
-        if (flag(a, o)) continue;
-        if (a.size() > 1 && a[0] == '-') {
-            if (!takesValue(a)) usageError("unknown option '" + a + "'");
-            if (i + 1 >= argc) usageError(a + " needs a value");
-            valueOption(a, argv[++i], o);
+        std::string a = argv[i];
+        if (options && a == "--") {
+            options = false;
             continue;
         }
-        o.inputs.push_back(a);
+        if (!options || a.size() < 2 || a[0] != '-') {
+            o.inputs.push_back(a);
+            continue;
+        }
+        const size_t eq = a.rfind("--", 0) == 0 ? a.find('=') : std::string::npos;
+        if (eq != std::string::npos) {
+            if (!takesValue(a.substr(0, eq))) usageError("unknown option '" + a.substr(0, eq) + "'");
+            valueOption(a.substr(0, eq), a.substr(eq + 1), o);
+            continue;
+        }
+        if (flag(a, o)) continue;
+        if (!takesValue(a)) usageError("unknown option '" + a + "'");
+        if (i + 1 >= argc) usageError(a + " needs a value");
+        valueOption(a, argv[++i], o);
     }
+    // Without -o the document goes to standard output, when that is no terminal.
+    if (o.command == "convert" && o.output.empty() && !isatty(fileno(stdout))) o.output = "-";
     checkCombination(o);
     return o;
 }
 
-// The package home: --home, else KIVU_HOME, else a per-user folder that is
-// created with the default configuration.
+// The package folder: --package (--home), else KIVU_HOME, made with the
+// default configuration; "" when neither names one (the built-in
+// configuration, nothing written).
 std::string prepareHome(const Options& o) {
     std::string home = o.home;
     if (home.empty()) {
         const char* env = std::getenv("KIVU_HOME");
-        home = env && *env ? env : TSettings::resolveHomeFolder();
+        home = env && *env ? env : "";
     }
+    if (home.empty()) return home;
     std::error_code ec;
     fs::create_directories(home, ec);
     for (const char* d : {"logs", "output", "resources"}) fs::create_directories(fs::path(home) / d, ec);
@@ -330,22 +366,40 @@ void addPage(TPdfDocument& doc, const kivutool::PageLayout& layout, TImageFormat
     doc.placeImage(image, plan.area, layout.pageSize ? layout.fit : Fit::into, orientation);
 }
 
-// Puts one read input on its page; false when --strict stops the conversion.
+// An input that can't be read (or written) ends the conversion with its
+// reason, unless --fallback gives it the fallback picture's page; false
+// when the conversion ends.
+bool failed(const Options& o, const std::string& input, const std::string& reason) {
+    if (!o.fallback || o.strict) {
+        std::fprintf(stderr, "kivuimg: %s: %s\n", input.c_str(), reason.empty() ? "can't be read" : reason.c_str());
+        return true;
+    }
+    return false;
+}
+
+// The pages of one image: each frame of an animated GIF, unless asked for
+// the first only.
+void addPages(TPdfDocument& doc, const Options& o, TImageFormat& image) {
+    const int frames = o.firstFrameOnly ? 1 : image.frameCount();
+    if (frames <= 1) return addPage(doc, o.layout, image);
+    for (int i = 0; i < frames; ++i) {
+        std::unique_ptr<TImageFormat> frame = image.frame(i);
+        addPage(doc, o.layout, frame ? *frame : image);
+    }
+}
+
+// Puts one read input on its pages; false when the conversion ends.
 bool convertOne(TPdfDocument& doc, const Options& o, const std::string& input, Loaded loaded) {
-    if (warnFallback(input, loaded) && o.strict) {
-        std::fprintf(stderr, "kivuimg: error: '%s' could not be read (%s)\n", input.c_str(), loaded.name.c_str());
-        return false;
+    if (isFallback(loaded.name)) {
+        if (failed(o, input, loaded.image->failure())) return false;
+        warnFallback(input, loaded);
     }
     try {
-        addPage(doc, o.layout, *loaded.image);
+        addPages(doc, o, *loaded.image);
     } catch (const std::exception& e) {
-        // The image read but could not be written: like any image that
-        // fails, its page shows the fallback picture.
+        // The image read but could not be written.
         doc.dropPage();
-        if (o.strict) {
-            std::fprintf(stderr, "kivuimg: error: '%s': %s\n", input.c_str(), e.what());
-            return false;
-        }
+        if (failed(o, input, e.what())) return false;
         std::fprintf(stderr, "kivuimg: warning: '%s' falls back to '%s': %s\n", input.c_str(), kExceptionImage,
                      e.what());
         std::unique_ptr<TImageFormat> fallback = createUndefinedImage();
@@ -353,6 +407,23 @@ bool convertOne(TPdfDocument& doc, const Options& o, const std::string& input, L
         addPage(doc, o.layout, *fallback);
     }
     return true;
+}
+
+// The output must not be one of the inputs (the same file by device and
+// inode), and its folder must exist.  Answers the reason, or "".
+std::string outputProblem(const Options& o) {
+    if (o.output == "-") return "";
+    struct stat out {};
+    if (stat(o.output.c_str(), &out) == 0)
+        for (const auto& input : o.inputs) {
+            struct stat in {};
+            if (input != "-" && stat(input.c_str(), &in) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
+                return "it is also an input";
+        }
+    const fs::path parent = fs::path(o.output).parent_path();
+    std::error_code ec;
+    if (!parent.empty() && !fs::is_directory(parent, ec)) return "no folder '" + parent.string() + "'";
+    return "";
 }
 
 // The progress line on a terminal: pages done of all, megabytes written,
@@ -433,7 +504,8 @@ void openWatched(TPdfDocument& doc, const std::string& path) {
 
 SDocumentOptions documentOptions(const Options& o) {
     SDocumentOptions options;
-    options.dpi = o.dpi;
+    options.dpi = o.dpi > 0 ? o.dpi : 96;
+    options.imageResolution = o.dpi <= 0;
     options.space = o.space;
     options.info = o.info;
     options.warn = [](const std::string& text) { std::fprintf(stderr, "kivuimg: warning: %s\n", text.c_str()); };
@@ -447,9 +519,6 @@ bool openDocument(TPdfDocument& doc, const Options& o, HeldOutput& held) {
             doc.open(held);
             return true;
         }
-        const fs::path parent = fs::path(o.output).parent_path();
-        std::error_code ec;
-        if (!parent.empty()) fs::create_directories(parent, ec);
         openWatched(doc, o.output);
         return true;
     } catch (const std::exception& e) {
@@ -459,6 +528,10 @@ bool openDocument(TPdfDocument& doc, const Options& o, HeldOutput& held) {
 }
 
 int runConvert(const Options& o) {
+    if (const std::string problem = outputProblem(o); !problem.empty()) {
+        std::fprintf(stderr, "kivuimg: can't write '%s': %s\n", o.output.c_str(), problem.c_str());
+        return 1;
+    }
     TPdfDocument doc(documentOptions(o));
     HeldOutput held;
     if (!openDocument(doc, o, held)) return 1;

@@ -95,8 +95,10 @@ void TPdfWriter::writePending() {
 
 SPageBox TPdfWriter::pictureSize(TImageFormat& image, int orientation) const {
     // A drawing may claim no size at all: it keeps one point.
-    double w = image.exactWidth() * 72.0 / options_.dpi;
-    double h = image.exactHeight() * 72.0 / options_.dpi;
+    const double rx = options_.imageResolution ? image.resolutionX() : 0;
+    const double ry = options_.imageResolution ? image.resolutionY() : 0;
+    double w = image.exactWidth() * 72.0 / (rx > 0 ? rx : options_.dpi);
+    double h = image.exactHeight() * 72.0 / (ry > 0 ? ry : options_.dpi);
     if (!(w > 0)) w = 1;
     if (!(h > 0)) h = 1;
     if (turnsQuarter(orientation)) std::swap(w, h);

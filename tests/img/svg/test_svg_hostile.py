@@ -43,7 +43,7 @@ def convert(path, *extra, home=None):
     """Exit status, standard error and peak memory (MB) of one conversion."""
     out = path + ".pdf"
     env = dict(os.environ, KIVU_HOME=home or kt.HOME)
-    p = subprocess.Popen([kt.TOOL, "convert", "-q", "--rules", "standard", *extra, path, "-o", out],
+    p = subprocess.Popen([kt.TOOL, "convert", "-q", "--fallback", "--rules", "standard", *extra, path, "-o", out],
                          stderr=subprocess.PIPE, env=env)
     err = p.stderr.read().decode(errors="replace")
     _, status, usage = os.wait4(p.pid, 0)
