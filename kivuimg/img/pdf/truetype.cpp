@@ -38,6 +38,18 @@ struct FontFinder::Candidates {
     }
 };
 
+namespace {
+
+// The weight and slant asked for, and fontconfig's substitutions.
+void prepareFace(FcPattern* pattern, bool bold, bool italic) {
+    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
+    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
+    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
+    FcDefaultSubstitute(pattern);
+}
+
+}  // namespace
+
 FontFinder::FontFinder() = default;
 
 FontFinder::~FontFinder() {
@@ -64,10 +76,7 @@ const FontFinder::Candidates& FontFinder::candidates(const std::string& families
         start = comma + 1;
     }
     FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(generic.c_str()));
-    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
-    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
-    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-    FcDefaultSubstitute(pattern);
+    prepareFace(pattern, bold, italic);
     FcResult result;
     slot->set = FcFontSort(nullptr, pattern, FcFalse, nullptr, &result);
     FcPatternDestroy(pattern);
@@ -103,10 +112,7 @@ bool FontFinder::find(const std::string& families, const std::string& generic, b
 bool FontFinder::findFamily(const std::string& family, bool bold, bool italic, FontFace& face) {
     FcPattern* pattern = FcPatternCreate();
     FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
-    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
-    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
-    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-    FcDefaultSubstitute(pattern);
+    prepareFace(pattern, bold, italic);
     FcResult result;
     FcPattern* match = FcFontMatch(nullptr, pattern, &result);
     FcPatternDestroy(pattern);
