@@ -143,7 +143,8 @@ def measure(kivuimg, path, desc):
     rss = int(re.search(r"Maximum resident set size \(kbytes\): (\d+)", r.stderr).group(1))
     cpu = sum(float(re.search(r"%s time \(seconds\): ([\d.]+)" % k, r.stderr).group(1)) for k in ("User", "System"))
     status = int(re.search(r"Exit status: (\d+)", r.stderr).group(1))
-    said = [l.split("': ", 2)[-1] for l in r.stderr.splitlines() if l.startswith("kivuimg")]
+    said = [l.replace("kivuimg: %s: " % path, "").split("': ", 2)[-1]
+            for l in r.stderr.splitlines() if l.startswith("kivuimg")]
     size = os.path.getsize(out) if os.path.exists(out) else 0
     valid = ""
     if size:

@@ -141,13 +141,19 @@ int FontBook::embeddedFont(const SRawFont& request) {
 }
 
 double FontBook::standardAdvance(const std::string& baseFont, const std::string& text) {
-    const char* family = startsWith(baseFont, "Helvetica") ? "Nimbus Sans"
-                         : startsWith(baseFont, "Courier") ? "Nimbus Mono PS"
-                                                           : "Nimbus Roman";
-    const bool bold = baseFont.find("Bold") != std::string::npos;
-    const bool italic = baseFont.find("Italic") != std::string::npos || baseFont.find("Oblique") != std::string::npos;
-    FontFace face;
-    return finder_->findFamily(family, bold, italic, face) ? metrics_->advanceEm(face, codePoints(text)) : 0;
+    auto it = clones_.find(baseFont);
+    if (it == clones_.end()) {
+        const char* family = startsWith(baseFont, "Helvetica") ? "Nimbus Sans"
+                             : startsWith(baseFont, "Courier") ? "Nimbus Mono PS"
+                                                               : "Nimbus Roman";
+        const bool bold = baseFont.find("Bold") != std::string::npos;
+        const bool italic =
+            baseFont.find("Italic") != std::string::npos || baseFont.find("Oblique") != std::string::npos;
+        FontFace face;
+        if (!finder_->findFamily(family, bold, italic, face)) face.file.clear();
+        it = clones_.emplace(baseFont, face).first;
+    }
+    return it->second.file.empty() ? 0 : metrics_->advanceEm(it->second, codePoints(text));
 }
 
 SRawFont FontBook::answer(const SRawFont& request) {

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "kivuimg/commons/objects.h"
+#include "kivuimg/img/pdf/truetype.h"
 #include "kivuimg/img/rawfont.h"
 
 namespace kivu::pdf {
@@ -70,6 +71,7 @@ private:
     // Resource "/F<k>" is entry k - 1; each holds an object number.
     std::vector<uint64_t> resources_;
     std::map<std::string, int> standard_;    // base font name -> id
+    std::map<std::string, FontFace> clones_;  // base font name -> its URW clone; no file when none
     std::map<std::string, int> byFile_;      // font file -> id
     std::map<int, std::unique_ptr<EmbeddedFont>> embedded_;
     std::set<uint64_t> deferred_;
