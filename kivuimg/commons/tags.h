@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <string>
 
-#include "kivuimg/commons/core/export.h"
-
 namespace kivu {
 
 enum Tag : int32_t {
@@ -86,19 +84,19 @@ enum Tag : int32_t {
 // The tag of a spelling, in any case; unknown text gives tgUnknown.  "text"
 // reads as "#text", "barcode" as tgBarcode, and "image" as tgCanvasImage
 // under a canvas and tgImage elsewhere.
-KIVU_API Tag str2Tag(const std::string& text, Tag parent);
+Tag str2Tag(const std::string& text, Tag parent);
 // The spelling of a tag; a value outside 2..70 spells "?".
-KIVU_API std::string tag2Str(Tag tag);
-KIVU_API std::string toStr(Tag tag);
+std::string tag2Str(Tag tag);
+std::string toStr(Tag tag);
 
-KIVU_API bool isRepeatable(Tag tag);
-KIVU_API bool isTextModel(Tag tag);
-KIVU_API bool isCollectionChildElement(Tag tag);
-KIVU_API bool isCollectionElement(Tag tag);
-KIVU_API bool isMainRegion(Tag tag);
-KIVU_API bool isRegion(Tag tag);
-KIVU_API bool isText(Tag tag);
-KIVU_API bool notInlineText(Tag tag);
-KIVU_API bool isList(Tag tag);
+bool isRepeatable(Tag tag);
+bool isTextModel(Tag tag);
+bool isCollectionChildElement(Tag tag);
+bool isCollectionElement(Tag tag);
+bool isMainRegion(Tag tag);
+bool isRegion(Tag tag);
+bool isText(Tag tag);
+bool notInlineText(Tag tag);
+bool isList(Tag tag);
 
 }  // namespace kivu

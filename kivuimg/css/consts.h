@@ -11,8 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "kivuimg/commons/core/export.h"
-
 namespace kivu {
 
 enum Format : int32_t { fmtGeneral = 0, fmtNumber = 1, fmtDate = 2, fmtTime = 3 };
@@ -107,137 +105,137 @@ enum Barcode : int32_t {
     bcEAN13 = 24,
 };
 
-KIVU_API std::string format2Str(Format v);
-KIVU_API Format str2Format(const std::string& s);
-KIVU_API std::vector<std::string> format2Arr();
+std::string format2Str(Format v);
+Format str2Format(const std::string& s);
+std::vector<std::string> format2Arr();
 
-KIVU_API std::string pageBreak2Str(PageBreak v);
-KIVU_API PageBreak str2PageBreak(const std::string& s);
-KIVU_API std::vector<std::string> pageBreak2Arr();
+std::string pageBreak2Str(PageBreak v);
+PageBreak str2PageBreak(const std::string& s);
+std::vector<std::string> pageBreak2Arr();
 
-KIVU_API std::string nextColumn2Str(NextColumn v);
-KIVU_API NextColumn str2NextColumn(const std::string& s);
-KIVU_API std::vector<std::string> nextColumn2Arr();
+std::string nextColumn2Str(NextColumn v);
+NextColumn str2NextColumn(const std::string& s);
+std::vector<std::string> nextColumn2Arr();
 
-KIVU_API std::string pageNumberMode2Str(PageNumberMode v);
-KIVU_API PageNumberMode str2PageNumberMode(const std::string& s);
+std::string pageNumberMode2Str(PageNumberMode v);
+PageNumberMode str2PageNumberMode(const std::string& s);
 
-KIVU_API std::string textAlign2Str(TextAlign v);
-KIVU_API TextAlign str2TextAlign(const std::string& s);
-KIVU_API std::vector<std::string> textAling2Arr();
+std::string textAlign2Str(TextAlign v);
+TextAlign str2TextAlign(const std::string& s);
+std::vector<std::string> textAling2Arr();
 
-KIVU_API std::string fontKerning2Str(FontKerning v);
-KIVU_API FontKerning str2FontKerning(const std::string& s);
-KIVU_API std::vector<std::string> fontKerning2Arr();
+std::string fontKerning2Str(FontKerning v);
+FontKerning str2FontKerning(const std::string& s);
+std::vector<std::string> fontKerning2Arr();
 
-KIVU_API std::string hyphens2Str(Hyphens v);
-KIVU_API Hyphens str2Hyphens(const std::string& s);
-KIVU_API std::vector<std::string> hyphens2Arr();
+std::string hyphens2Str(Hyphens v);
+Hyphens str2Hyphens(const std::string& s);
+std::vector<std::string> hyphens2Arr();
 
-KIVU_API std::string hyphenatorMethod2Str(HyphenatorMethod v);
-KIVU_API HyphenatorMethod str2HyphenatorMethod(const std::string& s);
-KIVU_API std::vector<std::string> hyphenatorMethod2Arr();
+std::string hyphenatorMethod2Str(HyphenatorMethod v);
+HyphenatorMethod str2HyphenatorMethod(const std::string& s);
+std::vector<std::string> hyphenatorMethod2Arr();
 
-KIVU_API std::string wordWrap2Str(WordWrap v);
-KIVU_API WordWrap str2WordWrap(const std::string& s);
+std::string wordWrap2Str(WordWrap v);
+WordWrap str2WordWrap(const std::string& s);
 
-KIVU_API std::string whiteSpace2Str(WhiteSpace v);
-KIVU_API WhiteSpace str2WhiteSpace(const std::string& s);
+std::string whiteSpace2Str(WhiteSpace v);
+WhiteSpace str2WhiteSpace(const std::string& s);
 
-KIVU_API std::string blockBreak2Str(BlockBreak v);
-KIVU_API BlockBreak str2BlockBreak(const std::string& s);
-KIVU_API std::vector<std::string> blockBreak2Arr();
+std::string blockBreak2Str(BlockBreak v);
+BlockBreak str2BlockBreak(const std::string& s);
+std::vector<std::string> blockBreak2Arr();
 
-KIVU_API std::string leaderPattern2Str(LeaderPattern v);
-KIVU_API LeaderPattern str2LeaderPattern(const std::string& s);
-KIVU_API std::vector<std::string> leaderPatterns2Arr();
+std::string leaderPattern2Str(LeaderPattern v);
+LeaderPattern str2LeaderPattern(const std::string& s);
+std::vector<std::string> leaderPatterns2Arr();
 
-KIVU_API std::string float2Str(Float v);
-KIVU_API Float str2Float(const std::string& s);
-KIVU_API std::vector<std::string> float2Arr();
+std::string float2Str(Float v);
+Float str2Float(const std::string& s);
+std::vector<std::string> float2Arr();
 
 // str2Clear also knows "all".
-KIVU_API std::string clear2Str(Clear v);
-KIVU_API Clear str2Clear(const std::string& s);
-KIVU_API std::vector<std::string> clear2Arr();
+std::string clear2Str(Clear v);
+Clear str2Clear(const std::string& s);
+std::vector<std::string> clear2Arr();
 
 // str2FollowNext also knows "yes" and "true", both fnAlways.
-KIVU_API std::string followNext2Str(FollowNext v);
-KIVU_API FollowNext str2FollowNext(const std::string& s);
-KIVU_API std::vector<std::string> followNext2Arr();
+std::string followNext2Str(FollowNext v);
+FollowNext str2FollowNext(const std::string& s);
+std::vector<std::string> followNext2Arr();
 
-KIVU_API std::string pageMode2Str(PageMode v);
-KIVU_API PageMode str2PageMode(const std::string& s);
-KIVU_API std::vector<std::string> pageMode2Arr();
+std::string pageMode2Str(PageMode v);
+PageMode str2PageMode(const std::string& s);
+std::vector<std::string> pageMode2Arr();
 
-KIVU_API std::string textLineGrids2Str(TextLineGrids v);
-KIVU_API TextLineGrids str2TextLineGrids(const std::string& s);
+std::string textLineGrids2Str(TextLineGrids v);
+TextLineGrids str2TextLineGrids(const std::string& s);
 
-KIVU_API std::string position2Str(Position v);
-KIVU_API Position str2Position(const std::string& s);
-KIVU_API std::vector<std::string> position2Arr();
+std::string position2Str(Position v);
+Position str2Position(const std::string& s);
+std::vector<std::string> position2Arr();
 
-KIVU_API std::string verticalAlign2Str(VerticalAlign v);
-KIVU_API VerticalAlign str2VerticalAlign(const std::string& s);
-KIVU_API std::vector<std::string> verticalAlign2Arr();
+std::string verticalAlign2Str(VerticalAlign v);
+VerticalAlign str2VerticalAlign(const std::string& s);
+std::vector<std::string> verticalAlign2Arr();
 
-KIVU_API std::string baselineShift2Str(BaselineShift v);
-KIVU_API BaselineShift str2BaselineShift(const std::string& s);
-KIVU_API std::vector<std::string> baselineShift2Arr();
+std::string baselineShift2Str(BaselineShift v);
+BaselineShift str2BaselineShift(const std::string& s);
+std::vector<std::string> baselineShift2Arr();
 
-KIVU_API std::string display2Str(Display v);
-KIVU_API Display str2Display(const std::string& s);
+std::string display2Str(Display v);
+Display str2Display(const std::string& s);
 
 // str2ArrowHead also takes "filled" for ahTriangleFilled.
-KIVU_API std::string arrowHead2Str(ArrowHead v);
-KIVU_API ArrowHead str2ArrowHead(const std::string& s);
-KIVU_API std::vector<std::string> arrowHead2Arr();
+std::string arrowHead2Str(ArrowHead v);
+ArrowHead str2ArrowHead(const std::string& s);
+std::vector<std::string> arrowHead2Arr();
 
-KIVU_API std::string arrowDraw2Str(ArrowDraw v);
-KIVU_API ArrowDraw str2ArrowDraw(const std::string& s);
-KIVU_API std::vector<std::string> arrowDraw2Arr();
+std::string arrowDraw2Str(ArrowDraw v);
+ArrowDraw str2ArrowDraw(const std::string& s);
+std::vector<std::string> arrowDraw2Arr();
 
-KIVU_API std::string arrowRoute2Str(ArrowRoute v);
-KIVU_API ArrowRoute str2ArrowRoute(const std::string& s);
-KIVU_API std::vector<std::string> arrowRoute2Arr();
+std::string arrowRoute2Str(ArrowRoute v);
+ArrowRoute str2ArrowRoute(const std::string& s);
+std::vector<std::string> arrowRoute2Arr();
 
-KIVU_API std::string paperCorner2Str(PaperCorner v);
-KIVU_API PaperCorner str2PaperCorner(const std::string& s);
-KIVU_API std::vector<std::string> paperCorner2Arr();
+std::string paperCorner2Str(PaperCorner v);
+PaperCorner str2PaperCorner(const std::string& s);
+std::vector<std::string> paperCorner2Arr();
 
 // str2NumberGeneratorMode also knows "incremental", "decremental",
 // "table-of-contents" and "ref".
-KIVU_API std::string numberGeneratorMode2Str(NumberGeneratorMode v);
-KIVU_API NumberGeneratorMode str2NumberGeneratorMode(const std::string& s);
-KIVU_API std::vector<std::string> numberGeneratorMode2Arr();
+std::string numberGeneratorMode2Str(NumberGeneratorMode v);
+NumberGeneratorMode str2NumberGeneratorMode(const std::string& s);
+std::vector<std::string> numberGeneratorMode2Arr();
 
 // str2ViewShape also knows "doc" and "docs".
-KIVU_API std::string viewShape2Str(ViewShape v);
-KIVU_API ViewShape str2ViewShape(const std::string& s);
-KIVU_API std::vector<std::string> viewShape2Arr();
+std::string viewShape2Str(ViewShape v);
+ViewShape str2ViewShape(const std::string& s);
+std::vector<std::string> viewShape2Arr();
 
 // listStyleType2Str spells values 5 to 8 by their marker text; the list gives
 // the style names.  str2ListStyleType knows "-", "dash", "box", "square",
 // "disc", "bulled", "circle", "none", "decimal", "decimal-leading-zero",
 // "lower-alpha", "upper-alpha" and "alpha".
-KIVU_API std::string listStyleType2Str(ListStyleType v);
-KIVU_API ListStyleType str2ListStyleType(const std::string& s);
-KIVU_API std::vector<std::string> listStyleType2Arr();
+std::string listStyleType2Str(ListStyleType v);
+ListStyleType str2ListStyleType(const std::string& s);
+std::vector<std::string> listStyleType2Arr();
 // The marker text of a list item; "" for none and unknown values.
-KIVU_API std::string listStyleType2Marker(ListStyleType v);
+std::string listStyleType2Marker(ListStyleType v);
 
 // Unknown text gives ro0 (0 degrees).
-KIVU_API std::string referenceOrientation2Str(ReferenceOrientation v);
-KIVU_API ReferenceOrientation str2ReferenceOrientation(const std::string& s);
-KIVU_API int32_t referenceOrientation2Angle(ReferenceOrientation v);
+std::string referenceOrientation2Str(ReferenceOrientation v);
+ReferenceOrientation str2ReferenceOrientation(const std::string& s);
+int32_t referenceOrientation2Angle(ReferenceOrientation v);
 // True for 0 and 180 degrees only.
-KIVU_API bool isHorizDir(ReferenceOrientation v);
+bool isHorizDir(ReferenceOrientation v);
 
-KIVU_API std::string barcode2Str(Barcode v);
-KIVU_API Barcode str2Barcode(const std::string& s);
+std::string barcode2Str(Barcode v);
+Barcode str2Barcode(const std::string& s);
 
 // True for "true" and "yes" in any case, and for "1".
-KIVU_API bool str2Boolean(const std::string& s);
-KIVU_API std::string boolean2Str(bool b);
+bool str2Boolean(const std::string& s);
+std::string boolean2Str(bool b);
 
 }  // namespace kivu
