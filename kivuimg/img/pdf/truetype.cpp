@@ -53,13 +53,14 @@ void prepareFace(FcPattern* pattern, bool bold, bool italic) {
 FontFinder::FontFinder() = default;
 
 FontFinder::~FontFinder() {
-    if (cache_.empty()) return;
+    if (!used_) return;
     cache_.clear();
     FcFini();
 }
 
 const FontFinder::Candidates& FontFinder::candidates(const std::string& families, const std::string& generic,
                                                      bool bold, bool italic) {
+    used_ = true;
     const std::string key = families + "|" + generic + (bold ? "|b" : "|") + (italic ? "i" : "");
     auto& slot = cache_[key];
     if (slot) return *slot;
@@ -110,6 +111,7 @@ bool FontFinder::find(const std::string& families, const std::string& generic, b
 }
 
 bool FontFinder::findFamily(const std::string& family, bool bold, bool italic, FontFace& face) {
+    used_ = true;
     FcPattern* pattern = FcPatternCreate();
     FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
     prepareFace(pattern, bold, italic);

@@ -49,6 +49,7 @@ private:
     const Candidates& candidates(const std::string& families, const std::string& generic, bool bold, bool italic);
 
     std::map<std::string, std::unique_ptr<Candidates>> cache_;
+    bool used_ = false;  // fontconfig was started, and is ended with the finder
 };
 
 // The widths of text in font files, each file read once.
