@@ -55,6 +55,26 @@ std::string stringKey(const json& j, const char* key, const std::string& fallbac
     return it != j.end() && it->is_string() ? it->get<std::string>() : fallback;
 }
 
+// The package folder's configuration, or the built-in one when there is no
+// folder or no configuration in it.
+json readConfiguration(const std::string& home) {
+    const std::string confFile = home + ".conf.json";
+    json conf;
+    try {
+        if (!home.empty() && fileExists(confFile)) {
+            conf = TSettings::loadJSONData(confFile);
+        } else {
+            // The built-in configuration draws as browsers do, as the tool does.
+            conf = json::parse(TSettings::defaultConfigText());
+            conf["rules"] = "standard";
+        }
+    } catch (const std::exception& e) {
+        g_error("%s", e.what());
+    }
+    if (!conf.is_object()) g_error("Invalid config file '%s'", confFile.c_str());
+    return conf;
+}
+
 }  // namespace
 
 TSettings::TSettings(const std::string& path, LogOut out, int) {
@@ -63,20 +83,7 @@ TSettings::TSettings(const std::string& path, LogOut out, int) {
     // place, so nothing is written anywhere.
     home_ = path.empty() ? std::string() : backSlash(path);
     if (home_.empty() && out == LogOut::file) out = LogOut::quiet;
-    const std::string confFile = home_ + ".conf.json";
-    json conf;
-    try {
-        if (!home_.empty() && fileExists(confFile)) {
-            conf = loadJSONData(confFile);
-        } else {
-            // The built-in configuration draws as browsers do, as the tool does.
-            conf = json::parse(defaultConfigText());
-            conf["rules"] = "standard";
-        }
-    } catch (const std::exception& e) {
-        g_error("%s", e.what());
-    }
-    if (!conf.is_object()) g_error("Invalid config file '%s'", confFile.c_str());
+    const json conf = readConfiguration(home_);
 
     memOptOnEveryPage_ = intKey(conf, "mem-opt-on-every-page", memOptOnEveryPage_);
     timeLimit_ = intKey(conf, "time-limit", timeLimit_);

@@ -81,7 +81,7 @@ void readStops(const TSvgNode& holder, const StyleOf& styleOf, std::vector<SGrad
 
 }  // namespace
 
-bool resolveGradient(const TSvgDocument& doc, const TSvgNode& node, const StyleOf& styleOf, SGradientSpec& out) {
+bool resolveGradient(const TSvgDocument& doc, const TSvgNode& node, const StyleOf& styleOf, SGradientDef& out) {
     if (!isGradient(node)) return false;
     SChainAttributes a;
     std::set<const TSvgNode*> seen;
@@ -90,7 +90,7 @@ bool resolveGradient(const TSvgDocument& doc, const TSvgNode& node, const StyleO
         const std::string* href = n->attribute("href");
         n = href ? doc.byId(localId(*href)) : nullptr;
     }
-    SGradientSpec s;
+    SGradientDef s;
     s.radial = node.tag == SvgTag::radialGradient;
     s.userSpace = a.units && trimSpace(*a.units) == "userSpaceOnUse";
     if (a.transform && !parseTransform(*a.transform, s.transform)) s.transform = SMatrix{};
@@ -117,7 +117,7 @@ struct SResolved {
     double cx, cy, r, fx, fy, fr;  // radial
 };
 
-SResolved resolveLengths(const SGradientSpec& s, const SViewport& vp, double fontSize) {
+SResolved resolveLengths(const SGradientDef& s, const SViewport& vp, double fontSize) {
     auto len = [&](const SLength& l, Axis axis) {
         return s.userSpace ? toUserUnits(l, fontSize, percentBase(vp, axis)) : toUserUnits(l, fontSize, 1.0);
     };
@@ -153,7 +153,7 @@ std::vector<SGradientStop> unrolled(const std::vector<SGradientStop>& stops, int
     return out;
 }
 
-SRgba lastColor(const SGradientSpec& s) { return s.stops.back().color; }
+SRgba lastColor(const SGradientDef& s) { return s.stops.back().color; }
 
 void fillRecord(SGradient& record, const std::vector<SGradientStop>& stops) {
     record.colors.clear();
@@ -176,7 +176,7 @@ std::vector<std::pair<double, double>> corners(const SBox& cover, const SMatrix&
             {toGradient.x(cover.x1, cover.y1), toGradient.y(cover.x1, cover.y1)}};
 }
 
-void linearRecord(const SGradientSpec& s, const SResolved& g, const SBox& cover, SGradientUse& use) {
+void linearRecord(const SGradientDef& s, const SResolved& g, const SBox& cover, SGradientUse& use) {
     std::vector<SGradientStop> stops = fullPeriod(s.stops);
     int first = 0, last = 1;
     const double dx = g.x2 - g.x1, dy = g.y2 - g.y1, len2 = dx * dx + dy * dy;
@@ -197,7 +197,7 @@ void linearRecord(const SGradientSpec& s, const SResolved& g, const SBox& cover,
                          std::nanf(""), std::nanf("")};
 }
 
-void radialRecord(const SGradientSpec& s, SResolved g, const SBox& cover, SGradientUse& use) {
+void radialRecord(const SGradientDef& s, SResolved g, const SBox& cover, SGradientUse& use) {
     // A focal point outside the circle moves onto it, just inside.
     const double fdx = g.fx - g.cx, fdy = g.fy - g.cy, fd = std::hypot(fdx, fdy);
     if (fd > g.r * 0.999) {
@@ -227,7 +227,7 @@ void radialRecord(const SGradientSpec& s, SResolved g, const SBox& cover, SGradi
 
 }  // namespace
 
-SGradientUse gradientUse(const SGradientSpec& s, const SBox& bbox, const SBox& cover, const SViewport& vp,
+SGradientUse gradientUse(const SGradientDef& s, const SBox& bbox, const SBox& cover, const SViewport& vp,
                          double fontSize) {
     SGradientUse use;
     if (s.stops.empty()) return use.none = true, use;

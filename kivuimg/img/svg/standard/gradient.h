@@ -28,7 +28,7 @@ struct SGradientStop {
     SRgba color;  // stop-opacity in its alpha
 };
 
-struct SGradientSpec {
+struct SGradientDef {
     bool radial = false;
     bool userSpace = false;
     SMatrix transform;
@@ -46,7 +46,7 @@ using StyleOf = std::function<SStyle(const TSvgNode&)>;
 
 // The gradient of a node (following "href" to other gradients, cycles
 // cut); false when the node is no gradient.
-bool resolveGradient(const TSvgDocument& doc, const TSvgNode& node, const StyleOf& styleOf, SGradientSpec& out);
+bool resolveGradient(const TSvgDocument& doc, const TSvgNode& node, const StyleOf& styleOf, SGradientDef& out);
 
 // One painting of a gradient.
 struct SGradientUse {
@@ -57,10 +57,10 @@ struct SGradientUse {
     bool none = false;        // paints nothing
 };
 
-// The painting of `spec` over an element whose geometry has box `bbox`, in
+// The painting of `gradient` over an element whose geometry has box `bbox`, in
 // a viewport `vp`, covering `cover` (the painted area in user space).
 // Colours are as read (RGB); the caller converts them.
-SGradientUse gradientUse(const SGradientSpec& spec, const SBox& bbox, const SBox& cover, const SViewport& vp,
+SGradientUse gradientUse(const SGradientDef& gradient, const SBox& bbox, const SBox& cover, const SViewport& vp,
                          double fontSize);
 
 }  // namespace kivu::stdsvg

@@ -362,23 +362,23 @@ TPainter::SResolvedPaint TPainter::_resolve(const SPaint& paint, const SState& s
         else if (paint.hasFallback) simple(paint.fallback, paint.fallbackRgba);
         return out;
     }
-    std::shared_ptr<SGradientSpec> spec;
+    std::shared_ptr<SGradientDef> gradient;
     if (server) {
         auto it = gradients_.find(server);
         if (it == gradients_.end()) {
-            auto resolved = std::make_shared<SGradientSpec>();
+            auto resolved = std::make_shared<SGradientDef>();
             StyleOf styleOf = [this](const TSvgNode& n) { return styleInDocument(n); };
             if (!resolveGradient(doc_, *server, styleOf, *resolved)) resolved.reset();
             it = gradients_.emplace(server, resolved).first;
         }
-        spec = it->second;
+        gradient = it->second;
     }
-    if (!spec) {
+    if (!gradient) {
         // A reference that paints nothing takes its fallback.
         if (paint.hasFallback) simple(paint.fallback, paint.fallbackRgba);
         return out;
     }
-    out.gradient = gradientUse(*spec, bbox, cover, state.vp, state.style.fontSize);
+    out.gradient = gradientUse(*gradient, bbox, cover, state.vp, state.style.fontSize);
     if (out.gradient.none) {
         if (paint.hasFallback) simple(paint.fallback, paint.fallbackRgba);
         return out;

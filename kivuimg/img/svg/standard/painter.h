@@ -131,7 +131,7 @@ private:
     // The `use` elements being drawn, innermost last: cycles are cut.
     std::vector<const TSvgNode*> uses_;
     std::unordered_map<const TSvgNode*, SStyle> documentStyles_;
-    std::unordered_map<const TSvgNode*, std::shared_ptr<SGradientSpec>> gradients_;
+    std::unordered_map<const TSvgNode*, std::shared_ptr<SGradientDef>> gradients_;
     std::vector<const TSvgNode*> activePatterns_;
     std::vector<const TSvgNode*> activeMarkers_;
     std::map<std::string, uint64_t> patternCache_;
