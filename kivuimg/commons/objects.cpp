@@ -23,6 +23,10 @@ SArgs& TBaseObject::args(const std::string& name) {
     return args_.back();
 }
 
+void TBaseObject::erase(const std::string& name) {
+    std::erase_if(args_, [&](const SArgs& a) { return a.name == name; });
+}
+
 void TBaseObject::args(const std::vector<std::string>& list) {
     for (const auto& word : list)
         for (const auto& a : args_)

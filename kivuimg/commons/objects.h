@@ -65,6 +65,8 @@ public:
     // The entry of that name, added empty at the end if missing.  The
     // reference is valid until the next entry is added.
     virtual SArgs& args(const std::string& name);
+    // Removes the entry of that name, if there is one.
+    void erase(const std::string& name);
     // PDF names, printed as one line: {"Type", "XObject"} gives "/Type /XObject".
     virtual void args(const std::vector<std::string>& list);
     void args(std::initializer_list<std::string> list) { args(std::vector<std::string>(list)); }

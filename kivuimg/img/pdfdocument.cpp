@@ -4,11 +4,19 @@
 #include "kivuimg/commons/core/settings.h"
 #include "kivuimg/img/jpg.h"
 #include "kivuimg/img/libmain.h"
+#include "kivuimg/img/pdf/dates.h"
 #include "kivuimg/img/pdf/writer.h"
 
 namespace kivu {
 
 namespace {
+
+// Raises for a date of the Info dictionary that is no date, before
+// anything is written.
+void checkDates(const SDocumentInfo& info) {
+    for (const std::string* date : {&info.creationDate, &info.modDate})
+        if (!date->empty()) pdf::pdfDate(*date);
+}
 
 bool isFallback(const std::string& name) {
     return name == kNotFoundImage || name == kUnsupportedImage || name == kExceptionImage;
@@ -19,6 +27,7 @@ bool isFallback(const std::string& name) {
 TPdfDocument::TPdfDocument(SDocumentOptions options) {
     if (!(options.dpi > 0)) throwf("a document needs a positive dpi");
     if (!g_settings && !libimg_init(nullptr, 3)) throwf("the library could not start");
+    checkDates(options.info);
     writer_ = std::make_unique<pdf::TPdfWriter>(std::move(options));
 }
 
@@ -31,7 +40,10 @@ std::string because(const TImageFormat& image) { return image.failure().empty() 
 
 }  // namespace
 
-void TPdfDocument::info(const SDocumentInfo& info) { writer_->info(info); }
+void TPdfDocument::info(const SDocumentInfo& info) {
+    checkDates(info);
+    writer_->info(info);
+}
 void TPdfDocument::open(const std::string& path) { writer_->open(path); }
 void TPdfDocument::open(TObjectSink& sink) { writer_->open(sink); }
 void TPdfDocument::addPage(double width, double height) { writer_->addPage(width, height); }
@@ -66,6 +78,15 @@ void TPdfDocument::placeImageBytes(std::span<const uint8_t> bytes, const std::st
     }
     if (isFallback(name)) writer_->warn("image bytes fall back to '" + name + "'" + because(*image));
     placeImage(*image, box, fit, orientation);
+}
+
+void TPdfDocument::fillBox(const SPageBox& box, const std::string& color) { writer_->fillBox(box, color); }
+
+std::string TPdfDocument::pdfDate(const std::string& text) { return pdf::pdfDate(text); }
+
+bool TPdfDocument::isColor(const std::string& color) {
+    std::string op;
+    return pdf::TPdfWriter::fillOperator(color, csAuto, op);
 }
 
 void TPdfDocument::close() { writer_->close(); }

@@ -39,10 +39,14 @@ struct KIVU_API SPageBox {
     double x = 0, y = 0, w = 0, h = 0;
 };
 
-// The Info dictionary: what the host gives, the producer, and the creation
-// date unless `date` is off (for reproducible files).
+// The Info dictionary: what the host gives, the producer ("LibKivuImg"
+// when empty), and the creation date: `creationDate` when given, else the
+// time of close() unless `date` is off (for reproducible files).  Dates are
+// ISO 8601 ("2026-11-24", "2026-11-24T09:30", "2026-11-24 09:30:15+01:00",
+// "...Z") or PDF dates ("D:20261124093015+01'00'"); see pdfDate.
 struct KIVU_API SDocumentInfo {
-    std::string title, author, subject, keywords, creator;
+    std::string title, author, subject, keywords, creator, producer;
+    std::string creationDate, modDate;
     bool date = true;
 };
 
@@ -96,6 +100,12 @@ public:
     void placeImageBytes(std::span<const uint8_t> bytes, const std::string& ext, const SPageBox& box,
                          Fit fit = Fit::into, int orientation = 1);
 
+    // Paints `box` of the current page with a CSS colour ("white", "#ffe",
+    // "rgb(10%, 20%, 30%)", "hsl(...)"; a colour with alpha is laid over the
+    // white page), in the document's colour space; "none" and "transparent"
+    // paint nothing.  Raises for a text that is no colour.
+    void fillBox(const SPageBox& box, const std::string& color);
+
     // Writes the last page, the shared objects, the page tree, the Info
     // dictionary, xref and trailer; a file then takes its own name.
     void close();
@@ -108,6 +118,11 @@ public:
     SPageBox pictureSize(TImageFormat& image, int orientation = 1) const;
     // The EXIF orientation of a clockwise turn of 0, 90, 180 or 270 degrees.
     static int orientationOf(int degrees);
+    // A date of SDocumentInfo as a PDF date ("D:20261124093015+01'00'");
+    // raises for a text that is no date.
+    static std::string pdfDate(const std::string& text);
+    // Whether fillBox takes `color`.
+    static bool isColor(const std::string& color);
 
     size_t pages() const;
     uint64_t bytesWritten() const;

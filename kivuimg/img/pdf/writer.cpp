@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 
 #include "kivuimg/commons/content.h"
 #include "kivuimg/commons/core/cstr.h"
 #include "kivuimg/commons/indirectobj.h"
 #include "kivuimg/img/libmain.h"
+#include "kivuimg/img/pdf/dates.h"
 #include "kivuimg/img/pdf/placement.h"
 #include "kivuimg/img/pdf/shadings.h"
+#include "kivuimg/img/svg/standard/values.h"
 
 namespace kivu::pdf {
 
@@ -46,7 +47,8 @@ std::string TPageResources::text() const {
 TPdfWriter::TPdfWriter(SDocumentOptions options)
     : options_(std::move(options)), fonts_(objects_, [this](const std::string& text) {
           if (options_.warn) options_.warn(text);
-      }) {}
+      }),
+      imageSpaces_(options_.space) {}
 
 TPdfWriter::~TPdfWriter() { abandon(); }
 
@@ -119,6 +121,28 @@ void TPdfWriter::addPage(double width, double height) {
 }
 
 void TPdfWriter::dropPage() { page_ = SPage{}; }
+
+bool TPdfWriter::fillOperator(const std::string& color, ColorSpace space, std::string& op) {
+    op.clear();
+    const std::string c = toLower(strip(color));
+    if (c == "none" || c == "transparent") return true;
+    stdsvg::SRgba rgba;
+    if (!stdsvg::parseColor(c, rgba)) return false;
+    // Over the white page.
+    auto over = [&](float v) { return rgba.a * v + (1 - rgba.a); };
+    const TRGBA rgb(over(rgba.r), over(rgba.g), over(rgba.b), 1.0f);
+    op = space == csAuto || space == csRGB ? rgb.toPDF() : rgb.convert(space)->toPDF();
+    return true;
+}
+
+void TPdfWriter::fillBox(const SPageBox& box, const std::string& color) {
+    needPage();
+    std::string op;
+    if (!fillOperator(color, options_.space, op)) throwf("'%s' is no colour", color.c_str());
+    if (op.empty()) return;
+    page_.ops += "q\n" + op + "\n" + pdfNumber(box.x) + " " + pdfNumber(box.y) + " " + pdfNumber(box.w) + " " +
+                 pdfNumber(box.h) + " re f\nQ\n";
+}
 
 void TPdfWriter::placeImage(TImageFormat& image, const SPageBox& area, Fit fit, int orientation) {
     needPage();
@@ -210,6 +234,7 @@ uint64_t TPdfWriter::writeImage(TImageFormat* image, const std::string& name) {
     // The mask or palette must take the very next number.
     if (image->hasMask()) image->addObjectMask(&objects_);
     if (image->isIndexed()) image->addObjectPalette(&objects_);
+    if (options_.space != csAuto && !image->isFormObject()) convertSpace(image, imageNum);
     const std::string resources = formResources(image);
     if (!resources.empty())
         for (uint64_t holder : image->resourceHolders())
@@ -217,6 +242,14 @@ uint64_t TPdfWriter::writeImage(TImageFormat* image, const std::string& name) {
     const float v = image->minPDFVer();
     if (!std::isnan(v) && v > version_) version_ = v;
     return imageNum;
+}
+
+void TPdfWriter::convertSpace(TImageFormat* image, uint64_t number) {
+    TBaseObject* obj = objects_.get(number);
+    if (!obj) return;
+    const std::string kept = imageSpaces_.convert(objects_, *obj);
+    if (!kept.empty())
+        warn("'" + image->src() + "' keeps its colour space " + kept + ": only device spaces and RGB palettes are converted");
 }
 
 void TPdfWriter::deliverTwoPass(TImageFormat* image) {
@@ -258,19 +291,6 @@ uint64_t TPdfWriter::subImageNumber(const std::string& source) {
 
 namespace {
 
-// A PDF date of the local time: "D:YYYYMMDDHHmmSS+HH'mm'".
-std::string pdfDate() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    char stamp[32], zone[8];
-    std::strftime(stamp, sizeof stamp, "D:%Y%m%d%H%M%S", &local);
-    std::strftime(zone, sizeof zone, "%z", &local);
-    std::string z = zone;
-    if (z.size() == 5) return std::string(stamp) + z.substr(0, 3) + "'" + z.substr(3) + "'";
-    return std::string(stamp) + "Z";
-}
-
 // A PDF text string that survives any dictionary: a literal string for
 // printable ASCII, else UTF-16BE with its byte-order mark, in hexadecimal.
 std::string textString(const std::string& text) {
@@ -291,8 +311,10 @@ uint64_t TPdfWriter::addInfo() {
         {"Keywords", &about.keywords}, {"Creator", &about.creator}};
     for (const auto& [key, value] : entries)
         if (!value->empty()) info->set(key, textString(*value));
-    info->set("Producer", "(LibKivuImg)");
-    if (about.date) info->set("CreationDate", "(" + pdfDate() + ")");
+    info->set("Producer", about.producer.empty() ? "(LibKivuImg)" : textString(about.producer));
+    if (!about.creationDate.empty()) info->set("CreationDate", "(" + pdfDate(about.creationDate) + ")");
+    else if (about.date) info->set("CreationDate", "(" + pdfDateNow() + ")");
+    if (!about.modDate.empty()) info->set("ModDate", "(" + pdfDate(about.modDate) + ")");
     return info->num();
 }
 

@@ -18,6 +18,7 @@
 #include "kivuimg/commons/objects.h"
 #include "kivuimg/img/imgformat.h"
 #include "kivuimg/img/pdf/fonts.h"
+#include "kivuimg/img/pdf/imagespace.h"
 #include "kivuimg/img/pdf/output.h"
 #include "kivuimg/img/pdfdocument.h"
 
@@ -47,6 +48,10 @@ public:
     void addPage(double width, double height);
     void dropPage();
     void placeImage(TImageFormat& image, const SPageBox& box, Fit fit, int orientation);
+    void fillBox(const SPageBox& box, const std::string& color);
+    // The fill operator of a CSS colour in `space` ("" for none); false
+    // when `color` is no colour.
+    static bool fillOperator(const std::string& color, ColorSpace space, std::string& op);
     void close();
     void abandon();
 
@@ -73,6 +78,8 @@ private:
     // The image's objects: addObjectSpecs, its mask or palette straight
     // after, and a form's resources.  Answers the main object's number.
     uint64_t writeImage(TImageFormat* image, const std::string& name);
+    // The image object in the document's colour space (TImageSpaces).
+    void convertSpace(TImageFormat* image, uint64_t number);
     uint64_t addContent(const std::string& ops);
     // Writes every object made since the last call, in the order of creation,
     // and releases its stream.  Objects 1 and 2, and the fonts FontBook
@@ -104,6 +111,7 @@ private:
     size_t images_ = 0;
     std::vector<SGradient> gradients_;
     FontBook fonts_;
+    TImageSpaces imageSpaces_;
     // Sub-image sources written so far, by name; each once per document.
     std::map<std::string, uint64_t> subImages_;
     int subImageDepth_ = 0;
