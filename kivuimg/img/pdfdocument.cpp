@@ -5,6 +5,7 @@
 #include "kivuimg/img/jpg.h"
 #include "kivuimg/img/libmain.h"
 #include "kivuimg/img/pdf/dates.h"
+#include "kivuimg/img/pdf/placement.h"
 #include "kivuimg/img/pdf/writer.h"
 
 namespace kivu {
@@ -94,6 +95,10 @@ void TPdfDocument::abandon() { writer_->abandon(); }
 
 SPageBox TPdfDocument::pictureSize(TImageFormat& image, int orientation) const {
     return writer_->pictureSize(image, orientation);
+}
+
+SPageBox TPdfDocument::fitted(const SPageBox& area, double w, double h, Fit fit) {
+    return pdf::fitInto(area, w, h, fit).box;
 }
 
 int TPdfDocument::orientationOf(int degrees) {

@@ -116,6 +116,9 @@ public:
     // point each way), width and height swapped when `orientation` turns it
     // by a quarter.
     SPageBox pictureSize(TImageFormat& image, int orientation = 1) const;
+    // The box a picture of w x h points takes in `area` as `fit` says,
+    // centred (under fill it reaches beyond the area; placeImage clips it).
+    static SPageBox fitted(const SPageBox& area, double w, double h, Fit fit);
     // The EXIF orientation of a clockwise turn of 0, 90, 180 or 270 degrees.
     static int orientationOf(int degrees);
     // A date of SDocumentInfo as a PDF date ("D:20261124093015+01'00'");

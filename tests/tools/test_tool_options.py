@@ -85,14 +85,15 @@ for extra in ([], ["--format", "jpg"]):
     k.qpdf_check(piped)
     assert page_and_box(piped)[0] == [0, 0, 120, 60]
 
-# EXIF orientations: each page, rendered, shows what Pillow shows upright.
+# EXIF orientations (applied by default): each page, rendered, shows what
+# Pillow shows upright.
 for orientation in range(1, 9):
     path = os.path.join(tmp, "o%d.jpg" % orientation)
     exif = Image.Exif()
     exif[0x0112] = orientation
     quadrants(160, 80).save(path, quality=95, exif=exif)
     upright = ImageOps.exif_transpose(Image.open(path)).convert("RGB")
-    page = k.render(convert([path], "--auto-orient"))
+    page = k.render(convert([path]))
     assert page.size == upright.size, (orientation, page.size, upright.size)
     for fx in (0.25, 0.75):
         for fy in (0.25, 0.75):

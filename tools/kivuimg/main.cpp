@@ -25,227 +25,13 @@
 #include "kivuimg/img/jpg.h"
 #include "kivuimg/img/libmain.h"
 #include "kivuimg/img/pdfdocument.h"
-#include "layout.h"
+#include "options.h"
 
 namespace fs = std::filesystem;
 using namespace kivu;
+using kivutool::Options;
 
 namespace {
-
-const char* const kUsage =
-    "usage: kivuimg convert [options] INPUT... -o OUT.pdf\n"
-    "       kivuimg info [options] INPUT...\n"
-    "\n"
-    "INPUT is an image file (.jpg .jpeg .png .gif .bmp .wmf .svg), url(http://...),\n"
-    "or - for standard input (its format from --format, else told by its first bytes).\n"
-    "\n"
-    "convert writes one page per input; without --pagesize the page is the image.\n"
-    "  -o, --output FILE        the PDF to write; - for standard output, which is\n"
-    "                           also where it goes without -o when that is no\n"
-    "                           terminal.  Its folder must exist; an input can't\n"
-    "                           be the output\n"
-    "  --dpi N                  pixels per inch of every image (default: the\n"
-    "                           resolution a photo or scan states, else 96)\n"
-    "  --pagesize SIZE          A4, A3, A5, Letter, Legal or WxH (units pt, mm, cm,\n"
-    "                           in; pt when none), e.g. 210mmx297mm\n"
-    "  --fit MODE               with --pagesize: into (default: the whole image,\n"
-    "                           as large as fits), fill (covers the page, cut at\n"
-    "                           its edges), exact (stretched to the page), shrink\n"
-    "                           (into, but never enlarged), enlarge (into, but\n"
-    "                           never reduced)\n"
-    "  --border W[:H]           margins left/right (W) and top/bottom (H), units\n"
-    "                           as --pagesize; without --pagesize they widen the page\n"
-    "  --landscape              with --pagesize: the page's long side across\n"
-    "  --auto-orient            JPEG: turn the page's view of the image as its EXIF\n"
-    "                           orientation says (the image data stays as it is)\n"
-    "  --title T, --author A, --subject S, --keywords K, --creator C\n"
-    "                           the document's Info dictionary (the producer and the\n"
-    "                           creation date are always written)\n"
-    "  --nodate                 no creation date, for reproducible output\n"
-    "  --fallback               an input that can't be read gets a page with the\n"
-    "                           fallback picture and a warning with the reason,\n"
-    "                           instead of ending the conversion\n"
-    "  --strict                 warnings are errors: exit 1, no file\n"
-    "  --first-frame-only       an animated GIF gives its first frame only (by\n"
-    "                           default each frame is a page)\n"
-    "  --rules standard|engine  how drawings (SVG) are read and drawn: by the SVG\n"
-    "                           and CSS recommendations, as browsers draw them\n"
-    "                           (default), or by the engine's own rules\n"
-    "  --allow-network          drawings may fetch their pictures over http(s)\n"
-    "  --colorspace rgb|cmyk|gray\n"
-    "                           the document's colour space: drawings (WMF, SVG)\n"
-    "                           have their colours converted to it\n"
-    "  -q, --quiet              no progress line (shown on a terminal for batches\n"
-    "                           that take more than a second)\n"
-    "info prints one JSON object per input.\n"
-    "\n"
-    "common options:\n"
-    "  --format EXT             the format of standard input (jpg, png, gif, bmp,\n"
-    "                           wmf, svg)\n"
-    "  --package DIR            package folder, with its configuration and log\n"
-    "                           (also --home DIR, or $KIVU_HOME); without one the\n"
-    "                           built-in configuration holds and nothing is written\n"
-    "  --max-pixels N           refuse images of more than N pixels (default 2^28)\n"
-    "  --max-svg-bytes N        what one drawing, with the drawings and pictures\n"
-    "                           embedded in it, may hold in memory and write as\n"
-    "                           content: N bytes each (default 64 MB)\n"
-    "  -v, --verbose            show the library's log on standard output\n"
-    "  -h, --help               this text\n"
-    "  --version                the version\n"
-    "Options take their value as --opt VALUE or --opt=VALUE; -- ends them.\n"
-    "\n"
-    "exit status: 0 done; 1 an input could not be read (\"kivuimg: FILE: reason\",\n"
-    "unless --fallback), a warning under --strict, or the output could not be\n"
-    "written: no output is left; 2 bad arguments.\n";
-
-struct Options {
-    std::string command;
-    std::vector<std::string> inputs;
-    std::string output;
-    std::string home;
-    std::string format;
-    double dpi = 0;  // the image's own resolution, else 96
-    bool strict = false;
-    bool fallback = false;
-    bool firstFrameOnly = false;
-    bool verbose = false;
-    bool quiet = false;
-    bool network = false;
-    ColorSpace space = csAuto;
-    Rules rules = rulesStandard;
-    uint64_t maxPixels = maxImagePixels();
-    uint64_t maxSvgBytes = 0;  // the configuration's
-    kivutool::PageLayout layout;
-    SDocumentInfo info;
-    bool fitGiven = false;
-};
-
-[[noreturn]] void usageError(const std::string& message) {
-    std::fprintf(stderr, "kivuimg: %s\n(try 'kivuimg --help')\n", message.c_str());
-    std::exit(2);
-}
-
-[[noreturn]] void help() {
-    std::fputs(kUsage, stdout);
-    std::exit(0);
-}
-
-// Options that take no value; false when `a` is none of them.
-bool flag(const std::string& a, Options& o) {
-    if (a == "-h" || a == "--help") help();
-    if (a == "--version") {
-        std::printf("kivuimg %s\n", KIVU_VERSION);
-        std::exit(0);
-    }
-    bool* target = a == "--strict" ? &o.strict
-                   : a == "--fallback" ? &o.fallback
-                   : a == "--first-frame-only" ? &o.firstFrameOnly
-                   : a == "-v" || a == "--verbose" ? &o.verbose
-                   : a == "-q" || a == "--quiet" ? &o.quiet
-                   : a == "--landscape" ? &o.layout.landscape
-                   : a == "--auto-orient" ? &o.layout.autoOrient
-                   : a == "--allow-network" ? &o.network
-                   : nullptr;
-    if (a == "--nodate") {
-        o.info.date = false;
-        return true;
-    }
-    if (target) *target = true;
-    return target != nullptr;
-}
-
-void numberOption(const std::string& a, const std::string& v, Options& o) {
-    char* end = nullptr;
-    if (a == "--dpi") {
-        o.dpi = std::strtod(v.c_str(), &end);
-        if (!end || *end || !(o.dpi > 0) || !std::isfinite(o.dpi)) usageError("--dpi needs a positive number");
-    } else {
-        uint64_t& target = a == "--max-pixels" ? o.maxPixels : o.maxSvgBytes;
-        target = std::strtoull(v.c_str(), &end, 10);
-        if (v.empty() || v[0] == '-' || !end || *end || target == 0)
-            usageError(a + " needs a positive whole number");
-    }
-}
-
-// Options with a value (takesValue tells which).
-void valueOption(const std::string& a, const std::string& v, Options& o) {
-    if (a == "-o" || a == "--output") o.output = v;
-    else if (a == "--home" || a == "--package") o.home = v;
-    else if (a == "--format") o.format = toLower(v);
-    else if (a == "--dpi" || a == "--max-pixels" || a == "--max-svg-bytes") numberOption(a, v, o);
-    else if (a == "--colorspace") {
-        if (v == "rgb") o.space = csRGB;
-        else if (v == "cmyk") o.space = csCMYK;
-        else if (v == "gray") o.space = csGray;
-        else usageError("--colorspace takes rgb, cmyk or gray");
-    } else if (a == "--rules") {
-        o.rules = str2Rules(v);
-        if (rules2Str(o.rules) != toLower(v)) usageError("--rules takes standard or engine");
-    } else if (a == "--pagesize") {
-        o.layout.pageSize = kivutool::parsePageSize(v, o.layout.pageW, o.layout.pageH);
-        if (!o.layout.pageSize) usageError("--pagesize takes A4, A3, A5, Letter, Legal or WxH, not '" + v + "'");
-    } else if (a == "--fit") {
-        o.fitGiven = true;
-        if (!kivutool::parseFit(v, o.layout.fit)) usageError("--fit takes into, fill, exact, shrink or enlarge");
-    } else if (a == "--border") {
-        if (!kivutool::parseBorder(v, o.layout.borderX, o.layout.borderY)) usageError("--border takes W or W:H");
-    } else if (a == "--title") o.info.title = v;
-    else if (a == "--author") o.info.author = v;
-    else if (a == "--subject") o.info.subject = v;
-    else if (a == "--keywords") o.info.keywords = v;
-    else if (a == "--creator") o.info.creator = v;
-}
-
-bool takesValue(const std::string& a) {
-    static const char* const kValued[] = {"-o", "--output", "--home", "--package", "--format", "--dpi", "--max-pixels", "--max-svg-bytes",
-                                          "--colorspace", "--rules", "--pagesize", "--fit", "--border", "--title",
-                                          "--author", "--subject", "--keywords", "--creator"};
-    return std::find(std::begin(kValued), std::end(kValued), a) != std::end(kValued);
-}
-
-void checkCombination(const Options& o) {
-    if (o.inputs.empty()) usageError("no input");
-    if (o.command == "convert" && o.output.empty()) usageError("convert needs -o OUT.pdf");
-    if (o.command == "info" && (!o.output.empty() || o.space != csAuto || o.strict))
-        usageError("info takes no -o, --colorspace or --strict");
-    if ((o.fitGiven || o.layout.landscape) && !o.layout.pageSize) usageError("--fit and --landscape need --pagesize");
-    if (std::count(o.inputs.begin(), o.inputs.end(), "-") > 1) usageError("standard input can be read once");
-    if (o.output == "-" && o.verbose) usageError("-v writes the log to standard output, which -o - takes");
-}
-
-Options parse(int argc, char** argv) {
-    Options o;
-    if (argc < 2) usageError("missing command");
-    o.command = argv[1];
-    if (o.command == "-h" || o.command == "--help" || o.command == "--version") flag(o.command, o);
-    if (o.command != "convert" && o.command != "info") usageError("unknown command '" + o.command + "'");
-    bool options = true;
-    for (int i = 2; i < argc; ++i) {
-        std::string a = argv[i];
-        if (options && a == "--") {
-            options = false;
-            continue;
-        }
-        if (!options || a.size() < 2 || a[0] != '-') {
-            o.inputs.push_back(a);
-            continue;
-        }
-        const size_t eq = a.rfind("--", 0) == 0 ? a.find('=') : std::string::npos;
-        if (eq != std::string::npos) {
-            if (!takesValue(a.substr(0, eq))) usageError("unknown option '" + a.substr(0, eq) + "'");
-            valueOption(a.substr(0, eq), a.substr(eq + 1), o);
-            continue;
-        }
-        if (flag(a, o)) continue;
-        if (!takesValue(a)) usageError("unknown option '" + a + "'");
-        if (i + 1 >= argc) usageError(a + " needs a value");
-        valueOption(a, argv[++i], o);
-    }
-    // Without -o the document goes to standard output, when that is no terminal.
-    if (o.command == "convert" && o.output.empty() && !isatty(fileno(stdout))) o.output = "-";
-    checkCombination(o);
-    return o;
-}
 
 // The package folder: --package (--home), else KIVU_HOME, made with the
 // default configuration; "" when neither names one (the built-in
@@ -351,19 +137,25 @@ int runInfo(const Options& o) {
     return 0;
 }
 
-// The EXIF orientation a JPEG's page takes, read before its bytes go.
-int orientationOf(const kivutool::PageLayout& layout, TImageFormat& image) {
+// The orientation a picture takes: its EXIF orientation (a JPEG's, read
+// before its bytes go) under --rotation auto, else the turn asked for.
+int orientationOf(const Options& o, TImageFormat& image) {
+    if (o.rotation != kivutool::kRotationAuto) return TPdfDocument::orientationOf(o.rotation);
     const TBuffer* bytes = image.buffer();
-    return layout.autoOrient && image.ext() == "JPG" && bytes ? exifOrientation(bytes->bytes()) : 1;
+    return image.ext() == "JPG" && bytes ? exifOrientation(bytes->bytes()) : 1;
 }
 
 // One image on a page of its own, as the layout plans it.
-void addPage(TPdfDocument& doc, const kivutool::PageLayout& layout, TImageFormat& image) {
-    const int orientation = orientationOf(layout, image);
+void addPage(TPdfDocument& doc, const Options& o, TImageFormat& image) {
+    const int orientation = orientationOf(o, image);
     const SPageBox size = doc.pictureSize(image, orientation);
-    const kivutool::PagePlan plan = kivutool::planPage(layout, size.w, size.h);
+    const bool turned = orientation >= 5;
+    const double pixelsW = image.exactWidth(), pixelsH = image.exactHeight();
+    const kivutool::PagePlan plan = kivutool::planPage(
+        o.layout, {size.w, size.h, turned ? pixelsH : pixelsW, turned ? pixelsW : pixelsH});
     doc.addPage(plan.pageW, plan.pageH);
-    doc.placeImage(image, plan.area, layout.pageSize ? layout.fit : Fit::into, orientation);
+    if (!o.background.empty()) doc.fillBox({0, 0, plan.pageW, plan.pageH}, o.background);
+    doc.placeImage(image, plan.area, plan.fit, orientation);
 }
 
 // An input that can't be read (or written) ends the conversion with its
@@ -381,10 +173,10 @@ bool failed(const Options& o, const std::string& input, const std::string& reaso
 // the first only.
 void addPages(TPdfDocument& doc, const Options& o, TImageFormat& image) {
     const int frames = o.firstFrameOnly ? 1 : image.frameCount();
-    if (frames <= 1) return addPage(doc, o.layout, image);
+    if (frames <= 1) return addPage(doc, o, image);
     for (int i = 0; i < frames; ++i) {
         std::unique_ptr<TImageFormat> frame = image.frame(i);
-        addPage(doc, o.layout, frame ? *frame : image);
+        addPage(doc, o, frame ? *frame : image);
     }
 }
 
@@ -404,7 +196,7 @@ bool convertOne(TPdfDocument& doc, const Options& o, const std::string& input, L
                      e.what());
         std::unique_ptr<TImageFormat> fallback = createUndefinedImage();
         fallback->readSpecs();
-        addPage(doc, o.layout, *fallback);
+        addPage(doc, o, *fallback);
     }
     return true;
 }
@@ -572,9 +364,9 @@ int main(int argc, char** argv) {
     // images' worth.
     mallopt(M_MMAP_THRESHOLD, 4 << 20);
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
-    const Options o = parse(argc, argv);
+    const Options o = kivutool::parse(argc, argv);
     const std::string home = prepareHome(o);
-    maxImagePixels(o.maxPixels);
+    if (o.maxPixels) maxImagePixels(o.maxPixels);
     if (!libimg_init(home.c_str(), o.verbose ? 2u : 3u)) {
         std::fprintf(stderr, "kivuimg: the library could not start with home '%s'\n", home.c_str());
         return 1;

@@ -95,10 +95,21 @@ void TPdfWriter::writePending() {
     }
 }
 
+namespace {
+
+// A resolution within 0.05% of a whole number of dots per inch is that
+// number: dots per metre (PNG, BMP) can't hold 150 or 300 dpi exactly.
+double wholeDpi(double dpi) {
+    const double whole = std::round(dpi);
+    return std::fabs(dpi - whole) <= 0.0005 * dpi ? whole : dpi;
+}
+
+}  // namespace
+
 SPageBox TPdfWriter::pictureSize(TImageFormat& image, int orientation) const {
     // A drawing may claim no size at all: it keeps one point.
-    const double rx = options_.imageResolution ? image.resolutionX() : 0;
-    const double ry = options_.imageResolution ? image.resolutionY() : 0;
+    const double rx = options_.imageResolution ? wholeDpi(image.resolutionX()) : 0;
+    const double ry = options_.imageResolution ? wholeDpi(image.resolutionY()) : 0;
     double w = image.exactWidth() * 72.0 / (rx > 0 ? rx : options_.dpi);
     double h = image.exactHeight() * 72.0 / (ry > 0 ? ry : options_.dpi);
     if (!(w > 0)) w = 1;
