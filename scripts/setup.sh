@@ -13,7 +13,7 @@ PKGS=(
 if [ "${1:-test}" != build ]; then
   PKGS+=(
     libgtest-dev libgmock-dev libbenchmark-dev
-    qpdf poppler-utils python3-pil python3-pikepdf python3-numpy mupdf-tools
+    qpdf poppler-utils python3-pil python3-pikepdf python3-numpy mupdf-tools img2pdf
     clang libclang-rt-dev
     libwmf-bin librsvg2-bin fonts-urw-base35 fonts-dejavu-core
   )
