@@ -61,6 +61,11 @@ assert all(reason in r.stderr.decode() for _, reason in FAILURES), r.stderr.deco
 # --strict with --fallback: a warning is an error.
 r = k.run(["convert", "--fallback", "--strict", jpg, FAILURES[0][0], "-o", path("strict.pdf")], check=False)
 assert r.returncode == 1 and not os.path.exists(path("strict.pdf")), r.stderr
+# And so is the document's own: a text that no installed font holds.
+hieroglyph = path("hieroglyph.svg", '<svg xmlns="http://www.w3.org/2000/svg" width="9" height="9">'
+                  '<text y="8">\U00013000</text></svg>'.encode())
+r = k.run(["convert", "--strict", hieroglyph, "-o", path("strict.pdf")], check=False, rules="standard")
+assert r.returncode == 1 and b"no TrueType font" in r.stderr and not os.path.exists(path("strict.pdf")), r.stderr
 
 # Outputs the tool refuses: an input, and a file in a folder that isn't there.
 copy = path("copy.jpg", open(jpg, "rb").read())

@@ -294,13 +294,20 @@ void openWatched(TPdfDocument& doc, const std::string& path) {
     sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
+// The document's warnings so far (a text no font holds, an image whose
+// colour space stays): under --strict the first ends the conversion.
+int g_documentWarnings = 0;
+
 SDocumentOptions documentOptions(const Options& o) {
     SDocumentOptions options;
     options.dpi = o.dpi > 0 ? o.dpi : 96;
     options.imageResolution = o.dpi <= 0;
     options.space = o.space;
     options.info = o.info;
-    options.warn = [](const std::string& text) { std::fprintf(stderr, "kivuimg: warning: %s\n", text.c_str()); };
+    options.warn = [](const std::string& text) {
+        ++g_documentWarnings;
+        std::fprintf(stderr, "kivuimg: warning: %s\n", text.c_str());
+    };
     return options;
 }
 
@@ -333,7 +340,7 @@ int runConvert(const Options& o) {
     // written was measured: no faster on two shared cores, and up to 70%
     // more peak memory.)
     for (const auto& input : o.inputs) {
-        if (!convertOne(doc, o, input, read(input, o.format))) {
+        if (!convertOne(doc, o, input, read(input, o.format)) || (o.strict && g_documentWarnings)) {
             doc.abandon();
             return 1;
         }
@@ -342,6 +349,11 @@ int runConvert(const Options& o) {
     try {
         doc.close();
         g_partial[0] = 0;
+        // A warning while the fonts were written at the end.
+        if (o.strict && g_documentWarnings) {
+            if (o.output != "-") std::remove(o.output.c_str());
+            return 1;
+        }
         if (o.output == "-" && !held.deliver()) throw std::runtime_error("standard output");
     } catch (const std::exception&) {
         std::fprintf(stderr, "kivuimg: can't write '%s'\n", o.output.c_str());
