@@ -62,7 +62,7 @@ photo.save(path("turned.jpg"), exif=exif, dpi=(72, 72))
 # (file, options, the page img2pdf shows).  The figures are img2pdf 0.4.4's.
 A4, A4T, LEGAL_T = (595.3, 841.9), (841.9, 595.3), (1008.0, 612.0)
 CASES = [
-    ("300.jpg", [], (144.0, 72.0)), ("150.png", [], (288.0, 144.0)), ("none.jpg", [], (450.0, 225.0)),
+    ("300.jpg", [], (144.0, 72.0)), ("150.png", [], (288.0, 144.0)), ("turned.jpg", ["--auto-orient"], (300.0, 600.0)), ("none.jpg", [], (450.0, 225.0)),
     ("300.bmp", [], (144.0, 72.0)), ("turned.jpg", [], (300.0, 600.0)),
     ("turned.jpg", ["--rotation", "none"], (600.0, 300.0)), ("300.jpg", ["--rotation", "90"], (72.0, 144.0)),
     ("none.jpg", ["--rotation", "270"], (225.0, 450.0)), ("turned.jpg", ["--rotation", "180"], (600.0, 300.0)),
@@ -145,7 +145,7 @@ assert info["/CreationDate"] == "D:20240229134510+01'00'" and info["/ModDate"] =
 
 # Usage errors.
 for options in (["--pagesize", "A7"], ["--pagesize", "A4^X"], ["--imgsize", "10cm"], ["--rotation", "45"],
-                ["--width", "0"], ["--zoom", "2", "--width", "10"], ["--keep-aspect-ratio"], ["--auto-orient"],
+                ["--width", "0"], ["--zoom", "2", "--width", "10"], ["--keep-aspect-ratio"], ["--landscape"],
                 ["--fit", "fill"], ["--background-color", "nocolour"], ["--creationdate", "yesterday"]):
     r = k.run(["convert", svg] + options + ["-o", path("bad.pdf")], check=False)
     assert r.returncode == 2 and b"kivuimg: " in r.stderr, (options, r.returncode, r.stderr)

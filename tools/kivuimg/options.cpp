@@ -53,8 +53,9 @@ const char* const kUsage =
     "  --border W[:H]           margins left/right (W) and top/bottom (H); without\n"
     "                           --pagesize they widen the page\n"
     "  --landscape              with --pagesize: the page's long side across\n"
-    "  --auto-orient            with --pagesize: each page turned to its picture\n"
-    "                           (landscape for a wide one)\n"
+    "  --auto-orient            each --pagesize page turned to its picture\n"
+    "                           (landscape for a wide one); without --pagesize\n"
+    "                           every page has its picture's orientation anyway\n"
     "  --width L, --height L    the picture's size (a bare number is in px, 1/96\n"
     "                           in); one of them alone keeps the proportions, both\n"
     "                           stretch it unless --keep-aspect-ratio\n"
@@ -247,7 +248,9 @@ void checkCombination(const Options& o) {
         usageError("info takes no -o, --colorspace or --strict");
     const bool imgSize = l.imgW.value > 0 || l.imgH.value > 0;
     if (l.fitGiven && !l.pageSize && !imgSize) usageError("--fit needs --pagesize or --imgsize");
-    if ((l.landscape || l.autoOrient) && !l.pageSize) usageError("--landscape and --auto-orient need --pagesize");
+    // --auto-orient alone is no error: a page without --pagesize takes its
+    // picture's orientation anyway.
+    if (l.landscape && !l.pageSize) usageError("--landscape needs --pagesize");
     if (l.landscape && l.autoOrient) usageError("--landscape and --auto-orient exclude each other");
     const bool sized = l.width > 0 || l.height > 0;
     if (imgSize + sized + (l.zoom > 0) > 1) usageError("--imgsize, --width/--height and --zoom exclude each other");
