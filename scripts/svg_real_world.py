@@ -44,7 +44,8 @@ import matplotlib.pyplot as plt
 out, fonttype = sys.argv[1], sys.argv[2]
 matplotlib.rcParams["svg.fonttype"] = fonttype
 matplotlib.rcParams["svg.hashsalt"] = "kivu"
-np.random.seed(3)
+SEED = 3
+np.random.seed(SEED)
 def save(name):
     plt.savefig("%s/%s-%s.svg" % (out, name, fonttype), metadata={"Date": None})
     plt.close("all")

@@ -1,4 +1,6 @@
-"""JPEG pages: structure, pixels against Pillow, byte-equal streams, fallbacks."""
+"""JPEG pages: structure, pixels against Pillow, byte-equal streams, an image
+that fails while it is written (the tool's other failures are in
+test_tool_failures.py)."""
 import json
 import os
 import re
@@ -56,18 +58,6 @@ pdf96 = os.path.join(tmp, "dpi96.pdf")
 k.run(["convert", sample("gradient-rgb.jpg"), "-o", pdf96])
 assert b"/MediaBox [0 0 120 90]" in open(pdf96, "rb").read()
 assert open(pdf96, "rb").read().startswith(b"%PDF-1.4\n")
-
-# A fallback still gets a page, with a warning naming input and fallback.
-pdf = os.path.join(tmp, "fallback.pdf")
-r = k.run(["convert", sample("gradient-rgb.jpg"), "/no/such/file.jpg", "-o", pdf])
-assert "'/no/such/file.jpg' falls back to 'not-found.jpg'" in r.stderr.decode(), r.stderr
-k.qpdf_check(pdf)
-assert b"/Count 2" in open(pdf, "rb").read()
-
-# --strict turns a fallback into an error: exit 1 and no file.
-pdf = os.path.join(tmp, "strict.pdf")
-r = k.run(["convert", "--strict", sample("gradient-rgb.jpg"), "/no/such/file.jpg", "-o", pdf], check=False)
-assert r.returncode == 1 and not os.path.exists(pdf)
 
 # An image that reads but fails while it is written (a metafile selecting an
 # object it never made) also falls back; --strict makes it an error.
